@@ -1,0 +1,15 @@
+# How every target of this project is compiled. All of it is private: a host that
+# links the library keeps its own flags.
+function(marl_target target)
+    target_compile_features(${target} PRIVATE cxx_std_20)
+    set_target_properties(${target} PROPERTIES
+        CXX_EXTENSIONS OFF
+        COMPILE_WARNING_AS_ERROR ${MARL_WARNINGS_AS_ERRORS})
+    target_compile_options(${target} PRIVATE
+        -Wall -Wextra -Wpedantic -Wconversion -Wdouble-promotion -Wshadow -Wnon-virtual-dtor
+        # Results are the same bits everywhere, so no product and sum may be fused into one
+        # rounding. And the straight-line vectoriser of g++ 12 drops the rounding of
+        # neighbouring values that go from double to float and back.
+        -ffp-contract=off
+        $<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize>)
+endfunction()

@@ -1,0 +1,46 @@
+// The common base of all nodes of an expression tree.
+#pragma once
+
+#include <marl/api.h>
+#include <marl/ast/forward.h>
+
+namespace Marl {
+
+// The nodes that walks meet so often that they read them without a visit.
+enum class FrequentNode : unsigned char { None, Number, Builtin, Binary, Negated, PropertyReference };
+
+// Nodes belong to their program; a host may derive nodes of its own. A tree is prepared by
+// one thread; then any number of evaluators may walk it at once.
+class MARL_API ExpressionAST {
+public:
+    virtual ~ExpressionAST() = default;
+
+    // Calls the visit operation of the node's own class.
+    virtual void accept(Visitor* visitor) = 0;
+
+    // The sub-expression at `index`, borrowed, which indexing evaluates in place of the
+    // whole. Throws InvalidOpException where the node has no elements or not this one; a
+    // host's node may also return null for the latter. Safe from several threads.
+    virtual ExpressionAST* getElement(int index);
+
+    // What the node is, if it is one of the frequent ones; of a host's own node always None.
+    FrequentNode frequentNode() const { return frequent; }
+
+    ExpressionAST(const ExpressionAST&) = delete;
+    ExpressionAST& operator=(const ExpressionAST&) = delete;
+
+protected:
+    ExpressionAST() = default;
+
+private:
+    friend class BinaryExpressionAST;
+    friend class NumberExpressionAST;
+    friend class BuiltinFunctionAST;
+    friend class NegatedExpressionAST;
+    friend class PropertyReferenceAST;
+    explicit ExpressionAST(FrequentNode given) : frequent(given) {}
+
+    FrequentNode frequent = FrequentNode::None;
+};
+
+} // namespace Marl

@@ -1,0 +1,26 @@
+#include <marl/value/exceptions.h>
+
+#include <marl/value/detail/failures.h>
+
+namespace Marl {
+
+const char* Exception::what() const noexcept
+{
+    const char* text = message;
+    return text ? text : "";
+}
+
+void fail(const char* message)
+{
+    throw InvalidOpException(message);
+}
+
+// clang-format off
+void failIncomplete()   { fail("Expression is incomplete."); }
+void failTooDeep()      { fail("Expression is nested too deeply."); }
+void failUnbound()      { fail("Property reference is not bound."); }
+void failCycle()        { fail("Property references form a cycle."); }
+void failOutsideArray() { fail("Array index is out of range."); }
+// clang-format on
+
+} // namespace Marl

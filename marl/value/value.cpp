@@ -1,0 +1,216 @@
+#include <marl/value/value.h>
+
+#include <marl/value/detail/precision.h>
+
+#include <memory>
+#include <span>
+#include <utility>
+
+namespace Marl {
+
+namespace {
+
+template <typename Member, typename From>
+void awaken(Member& member, From&& from) noexcept
+{
+    std::construct_at(&member, std::forward<From>(from));
+}
+
+} // namespace
+
+Value::Value(const CharString& value) noexcept : kind(ValueType::String)
+{
+    awaken(text, value);
+    awaken(scenePath, CharString());
+}
+
+Value::Value(const RuntimeValue& value) noexcept : kind(ValueType::RuntimeValue)
+{
+    object = value.object;
+    awaken(runtimeName, value.name);
+}
+
+Value::Value(const PtrArray<Value>& value) noexcept : kind(ValueType::List), list(value) {}
+Value::Value(const PtrArray<Vector>& value) noexcept : kind(ValueType::ListVector), listVector(value) {}
+Value::Value(const PtrArray<int>& value) noexcept : kind(ValueType::ListInt), listInt(value) {}
+Value::Value(const PtrArray<float>& value) noexcept : kind(ValueType::ListFloat), listFloat(value) {}
+Value::Value(const PtrArray<Color>& value) noexcept : kind(ValueType::ListColor), listColor(value) {}
+
+// The other value may live in this one's own list, so it is copied before that is given up.
+Value& Value::operator=(const Value& other) noexcept
+{
+    return *this = Value(other);
+}
+
+Value& Value::operator=(Value&& other) noexcept
+{
+    if (ownsStorage() || other.ownsStorage()) {
+        Value given(std::move(other));
+        releaseStorage();
+        take(std::move(given));
+    } else if (this != &other) {
+        take(other);
+    }
+    return *this;
+}
+
+void Value::take(const Value& other) noexcept
+{
+    takeMembers(other);
+}
+
+void Value::take(Value&& other) noexcept
+{
+    takeMembers(std::move(other));
+}
+
+// Of a member reached through a moved value, forward makes a moved member.
+template <typename Other>
+void Value::takeMembers(Other&& other) noexcept
+{
+    kind = other.kind;
+    // clang-format off
+    switch (kind) {
+    case ValueType::Undefined:    break;
+    case ValueType::Double:       number = other.number; break;
+    case ValueType::Vector:       awaken(point, other.point); break;
+    case ValueType::Matrix:       awaken(matrix, other.matrix); break;
+    case ValueType::Color:        awaken(color, other.color); break;
+    case ValueType::AColor:       awaken(acolor, other.acolor); break;
+    case ValueType::Transform:    awaken(transform, other.transform); break;
+    case ValueType::List:         awaken(list, std::forward<Other>(other).list); break;
+    case ValueType::ListVector:   awaken(listVector, std::forward<Other>(other).listVector); break;
+    case ValueType::ListInt:      awaken(listInt, std::forward<Other>(other).listInt); break;
+    case ValueType::ListColor:    awaken(listColor, std::forward<Other>(other).listColor); break;
+    case ValueType::ListFloat:    awaken(listFloat, std::forward<Other>(other).listFloat); break;
+    case ValueType::String:       awaken(text, std::forward<Other>(other).text);
+                                  awaken(scenePath, std::forward<Other>(other).scenePath); break;
+    case ValueType::ListString:   awaken(listString, std::forward<Other>(other).listString);
+                                  awaken(scenePath, std::forward<Other>(other).scenePath); break;
+    case ValueType::Object:       object = other.object; break;
+    case ValueType::ObjectID:     awaken(objectID, other.objectID); break;
+    case ValueType::RuntimeValue: object = other.object;
+                                  awaken(runtimeName, std::forward<Other>(other).runtimeName); break;
+    }
+    // clang-format on
+}
+
+void Value::releaseStorage() noexcept
+{
+    // clang-format off
+    switch (kind) {
+    case ValueType::List:         list.freeMem(); break;
+    case ValueType::ListVector:   listVector.freeMem(); break;
+    case ValueType::ListInt:      listInt.freeMem(); break;
+    case ValueType::ListColor:    listColor.freeMem(); break;
+    case ValueType::ListFloat:    listFloat.freeMem(); break;
+    case ValueType::String:       text.~CharString(); scenePath.~CharString(); break;
+    case ValueType::ListString:   listString.freeMem(); scenePath.~CharString(); break;
+    case ValueType::RuntimeValue: runtimeName.~CharString(); break;
+    default: break;
+    }
+    // clang-format on
+    kind = ValueType::Undefined;
+}
+
+Vector Value::getVector() const noexcept
+{
+    return narrowed(getTracePoint());
+}
+
+PtrArray<Value> Value::getList() const noexcept
+{
+    return kind == ValueType::List ? list : PtrArray<Value>();
+}
+
+PtrArray<Vector> Value::getListVector() const noexcept
+{
+    return kind == ValueType::ListVector ? listVector : PtrArray<Vector>();
+}
+
+PtrArray<int> Value::getListInt() const noexcept
+{
+    return kind == ValueType::ListInt ? listInt : PtrArray<int>();
+}
+
+PtrArray<float> Value::getListFloat() const noexcept
+{
+    return kind == ValueType::ListFloat ? listFloat : PtrArray<float>();
+}
+
+PtrArray<Color> Value::getListColor() const noexcept
+{
+    return kind == ValueType::ListColor ? listColor : PtrArray<Color>();
+}
+
+PtrArray<CharString> Value::getListString() const noexcept
+{
+    return kind == ValueType::ListString ? listString : PtrArray<CharString>();
+}
+
+CharString Value::getString() const noexcept
+{
+    return kind == ValueType::String ? text : CharString();
+}
+
+CharString Value::getScenePath() const noexcept
+{
+    return kind == ValueType::String || kind == ValueType::ListString ? scenePath : CharString();
+}
+
+RuntimeValue Value::getRuntimeValue() const noexcept
+{
+    return kind == ValueType::RuntimeValue ? RuntimeValue{object, runtimeName} : RuntimeValue();
+}
+
+// clang-format off
+void Value::setVector(const TracePoint& value) noexcept            { *this = Value(value); }
+void Value::setMatrix(const Matrix& value) noexcept                { *this = Value(value); }
+void Value::setColor(const Color& value) noexcept                  { *this = Value(value); }
+void Value::setTransform(const TraceTransform& value) noexcept     { *this = Value(value); }
+void Value::setListVector(const PtrArray<Vector>& value) noexcept  { *this = Value(value); }
+void Value::setListInt(const PtrArray<int>& value) noexcept        { *this = Value(value); }
+void Value::setListFloat(const PtrArray<float>& value) noexcept    { *this = Value(value); }
+void Value::setListColor(const PtrArray<Color>& value) noexcept    { *this = Value(value); }
+// clang-format on
+
+void Value::setListString(const PtrArray<CharString>& value) noexcept
+{
+    PtrArray<CharString> given(value);
+    CharString path = kind == ValueType::ListString ? scenePath : CharString();
+    release();
+    kind = ValueType::ListString;
+    awaken(listString, std::move(given));
+    awaken(scenePath, std::move(path));
+}
+
+void Value::setScenePath(const CharString& value) noexcept
+{
+    if (kind == ValueType::String || kind == ValueType::ListString)
+        scenePath = value;
+}
+
+// Lists may nest as deeply as memory allows, so their release must not recurse: the lists
+// inside a doomed one join a queue that is linked through the arrays themselves.
+template <>
+void PtrArray<Value>::destroy(ArrayControl* doomed) noexcept
+{
+    doomed->nextDoomed = nullptr;
+    while (doomed) {
+        ArrayControl* array = std::exchange(doomed, doomed->nextDoomed);
+        for (Value& element : std::span(elementsOf(array), static_cast<std::size_t>(array->count))) {
+            if (element.kind != ValueType::List) {
+                element.release();
+                continue;
+            }
+            ArrayControl* inner = element.list.shared;
+            if (inner && dropReference(inner->refCount)) {
+                inner->nextDoomed = doomed;
+                doomed = inner;
+            }
+        }
+        ::operator delete(array);
+    }
+}
+
+} // namespace Marl

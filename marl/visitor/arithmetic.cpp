@@ -1,0 +1,248 @@
+// The operators: each is a table of the pairs of kinds that it takes.
+#include <marl/visitor/detail/operands.h>
+
+#include <marl/ast/detail/number_operators.h>
+#include <marl/value/detail/array_hold.h>
+#include <marl/value/detail/record_arithmetic.h>
+
+#include <algorithm>
+#include <climits>
+
+namespace Marl {
+
+namespace {
+
+// Two kinds as one number, so that a table is a switch and a doubled row does not compile.
+constexpr int pair(ValueType left, ValueType right)
+{
+    return static_cast<int>(left) << 8 | static_cast<int>(right);
+}
+
+int pair(const Value& left, const Value& right)
+{
+    return left.getValueType() << 8 | right.getValueType();
+}
+
+template <typename T>
+ArrayHold<T> roomFor(const PtrArray<T>& left, int more)
+{
+    if (left.count > INT_MAX - more)
+        fail("List is too long.");
+    return ArrayHold<T>(left.count + more);
+}
+
+template <typename T>
+Value concatenated(PtrArray<T>&& leftList, PtrArray<T>&& rightList)
+{
+    ArrayHold<T> left(std::move(leftList)), right(std::move(rightList));
+    ArrayHold<T> joined = roomFor(*left, right->count);
+    T* behindLeft = std::copy_n(left->data, left->count, joined->data);
+    std::copy_n(right->data, right->count, behindLeft);
+    return Value(*joined);
+}
+
+Value appended(PtrArray<Value>&& list, const Value& element)
+{
+    ArrayHold<Value> left(std::move(list));
+    ArrayHold<Value> joined = roomFor(*left, 1);
+    *std::copy_n(left->data, left->count, joined->data) = element;
+    return Value(*joined);
+}
+
+} // namespace
+
+void CalculationVisitor::visitBinaryExpression(BinaryExpressionAST* node)
+{
+    pushNumber(binary(node, levelOfVisit()));
+}
+
+MaybeNumber CalculationVisitor::binary(BinaryExpressionAST* node, int level)
+{
+    if (shortcutTo(node->left) == FrequentNode::Binary)
+        return chain(node, level);
+    const int inside = enter(level);
+    return operate(node, operand(node->left, inside), inside);
+}
+
+// Sums and products lean to the left, ((a + b) + c) + d. Such a chain is walked down in a
+// loop and worked off from its end, which saves a call for every operator.
+MaybeNumber CalculationVisitor::chain(BinaryExpressionAST* node, int level)
+{
+    constexpr int longest = 16;
+    BinaryExpressionAST* nodes[longest];
+    int length = 0;
+    for (;;) {
+        level = enter(level);
+        nodes[length++] = node;
+        if (length == longest || shortcutTo(node->left) != FrequentNode::Binary)
+            break;
+        node = static_cast<BinaryExpressionAST*>(node->left);
+    }
+    MaybeNumber result = operand(node->left, level);
+    while (length > 0)
+        result = operate(nodes[--length], result, level--);
+    return result;
+}
+
+// The left operand is a number or lies on the stack; the right one is evaluated here.
+inline MaybeNumber CalculationVisitor::operate(BinaryExpressionAST* node, MaybeNumber left, int level)
+{
+    const FrequentNode rightNode = shortcutTo(node->right);
+    if (left) {
+        if (const double* right = leaf(rightNode, node->right))
+            return combine(node->op, *left, *right);
+        valueStack.push(*left);
+    }
+    const auto right = walk(rightNode, node->right, level);
+    if (left && right) {
+        valueStack.popNumber();
+        return combine(node->op, *left, *right);
+    }
+    pushNumber(right);
+    return combineTopTwo(node->op);
+}
+
+inline MaybeNumber CalculationVisitor::combine(TOKENTYPE op, double left, double right)
+{
+    const auto result = calculate(op, left, right);
+    return result ? result : undefined();
+}
+
+// What an operator or a function without meaning comes to.
+[[gnu::cold]] MaybeNumber CalculationVisitor::undefined()
+{
+    valueStack.push();
+    return MaybeNumber();
+}
+
+// Both operands leave the stack, also when the operator throws.
+MaybeNumber CalculationVisitor::combineTopTwo(TOKENTYPE op)
+{
+    try {
+        valueStack.below() = doOp(op, valueStack.below(), valueStack.top());
+    } catch (...) {
+        valueStack.pop();
+        valueStack.pop();
+        throw;
+    }
+    valueStack.pop();
+    return takeIfNumber();
+}
+
+Value CalculationVisitor::doOp(TOKENTYPE op, const Value& left, const Value& right)
+{
+    switch (op) {
+    case TOKEN_MULTIPLY: return doMultiply(left, right);
+    case TOKEN_PLUS: return doSum(left, right);
+    case TOKEN_MINUS: return doSubraction(left, right);
+    case TOKEN_DIVIDE: return doDivision(left, right);
+    }
+    return Value();
+}
+
+// clang-format off
+Value CalculationVisitor::doSum(const Value& left, const Value& right)
+{
+    using enum ValueType;
+    switch (pair(left, right)) {
+    case pair(Double, Double):         return left.getDouble() + right.getDouble();
+    case pair(Matrix, Matrix):         return left.getMatrix() + right.getMatrix();
+    case pair(Vector, Vector):         return widened(left.getVector() + right.getVector());
+    case pair(Transform, Transform):   return widened(narrowed(left.getTransform()) + narrowed(right.getTransform()));
+    case pair(Color, Color):           return left.getColor() + right.getColor();
+    case pair(AColor, AColor):         return left.getAColor() + right.getAColor();
+    case pair(List, List):             return concatenated(left.getList(), right.getList());
+    case pair(ListFloat, ListFloat):   return concatenated(left.getListFloat(), right.getListFloat());
+    case pair(ListInt, ListInt):       return concatenated(left.getListInt(), right.getListInt());
+    case pair(ListVector, ListVector): return concatenated(left.getListVector(), right.getListVector());
+    case pair(ListColor, ListColor):   return concatenated(left.getListColor(), right.getListColor());
+    }
+    // A list takes anything else as one more element.
+    if (left.getValueType() == static_cast<int>(List))
+        return appended(left.getList(), right);
+    fail("Unable to sum.");
+}
+
+Value CalculationVisitor::doSubraction(const Value& left, const Value& right)
+{
+    using enum ValueType;
+    switch (pair(left, right)) {
+    case pair(Double, Double):       return left.getDouble() - right.getDouble();
+    case pair(Matrix, Matrix):       return left.getMatrix() - right.getMatrix();
+    case pair(Vector, Vector):       return widened(left.getVector() - right.getVector());
+    case pair(Transform, Transform): return widened(narrowed(left.getTransform()) - narrowed(right.getTransform()));
+    }
+    fail("Unable to subtract.");
+}
+
+Value CalculationVisitor::doMultiply(const Value& left, const Value& right)
+{
+    using enum ValueType;
+    // A transform acts on a vector in the vector's full precision.
+    switch (pair(left, right)) {
+    case pair(Double, Double):       return left.getDouble() * right.getDouble();
+    case pair(Double, Vector):       return widened(right.getVector() * single(left.getDouble()));
+    case pair(Vector, Double):       return widened(left.getVector() * single(right.getDouble()));
+    case pair(Vector, Vector):       return dot(left.getVector(), right.getVector());
+    case pair(Matrix, Matrix):       return left.getMatrix() * right.getMatrix();
+    case pair(Vector, Matrix):       return widened(left.getVector() * right.getMatrix());
+    case pair(Matrix, Double):       return left.getMatrix() * single(right.getDouble());
+    case pair(Double, Matrix):       return right.getMatrix() * single(left.getDouble());
+    case pair(Color, Double):        return left.getColor() * single(right.getDouble());
+    case pair(Double, Color):        return right.getColor() * single(left.getDouble());
+    case pair(Color, Color):         return left.getColor() * right.getColor();
+    case pair(AColor, AColor):       return left.getAColor() * right.getAColor();
+    case pair(Transform, Double):    return left.getTransform() * single(right.getDouble());
+    case pair(Double, Transform):    return right.getTransform() * single(left.getDouble());
+    case pair(Transform, Transform): return left.getTransform() * right.getTransform();
+    case pair(Transform, Vector):    return left.getTransform() * right.getTracePoint();
+    case pair(Vector, Transform):    return widened(left.getTracePoint() * right.getTransform());
+    }
+    fail("Unable to multiply.");
+}
+
+Value CalculationVisitor::doDivision(const Value& left, const Value& right)
+{
+    using enum ValueType;
+    // A vector's reciprocal is taken in double and then rounded; the others round the
+    // divisor first. The factors differ in their last bits.
+    switch (pair(left, right)) {
+    case pair(Double, Double): return left.getDouble() / right.getDouble();
+    case pair(Vector, Double): return widened(left.getVector() * single(1.0 / right.getDouble()));
+    case pair(Matrix, Double): return left.getMatrix() * (1.0f / single(right.getDouble()));
+    case pair(Color, Double):  return left.getColor() * (1.0f / single(right.getDouble()));
+    case pair(AColor, Double): return left.getAColor() * (1.0f / single(right.getDouble()));
+    }
+    fail("Unable to divide.");
+}
+
+void CalculationVisitor::visitNegatedExpression(NegatedExpressionAST* node)
+{
+    pushNumber(negated(node, levelOfVisit()));
+}
+
+MaybeNumber CalculationVisitor::negated(NegatedExpressionAST* node, int level)
+{
+    const auto number = operand(node->operand, enter(level));
+    if (number)
+        return -*number;
+    negate(valueStack.top());
+    return MaybeNumber();
+}
+
+void CalculationVisitor::negate(Value& value)
+{
+    using enum ValueType;
+    // A vector is rounded to single on the way, a transform's offset is not.
+    switch (ValueType(value.getValueType())) {
+    case Double:    value.setDouble(-value.getDouble()); break;
+    case Vector:    value.setVector(widened(-value.getVector())); break;
+    case Color:     value.setColor(-value.getColor()); break;
+    case Matrix:    value.setMatrix(-value.getMatrix()); break;
+    case Transform: value.setTransform(-value.getTransform()); break;
+    default:        break;
+    }
+}
+// clang-format on
+
+} // namespace Marl

@@ -1,0 +1,99 @@
+// The built-in functions.
+#include <marl/visitor/detail/operands.h>
+
+#include <marl/value/detail/record_arithmetic.h>
+
+#include <cmath>
+
+namespace Marl {
+
+namespace {
+
+int argumentsOf(Builtin function)
+{
+    // clang-format off
+    switch (function) {
+    case Builtin::Sqr: case Builtin::Sqrt: case Builtin::Sin: case Builtin::Cos: case Builtin::Length: case Builtin::Noise:
+        return 1;
+    case Builtin::Pow: case Builtin::Cross: case Builtin::Uniform:
+        return 2;
+    default:
+        return 0;
+    }
+    // clang-format on
+}
+
+// Every step in single precision.
+float length(const Vector& v)
+{
+    return std::sqrt(v.x * v.x + v.y * v.y + v.z * v.z);
+}
+
+} // namespace
+
+void CalculationVisitor::visitBuiltinFunction(BuiltinFunctionAST* node)
+{
+    if (node)
+        pushNumber(call(node, levelOfVisit()));
+}
+
+MaybeNumber CalculationVisitor::call(BuiltinFunctionAST* node, int level)
+{
+    const auto function = Builtin(node->functionId);
+    const double sample = widened(node->sample);
+    switch (function) {
+    case Builtin::Time: return timeParam;
+    case Builtin::Sample: return sample;
+    case Builtin::Pi: return widened(3.14159274f); // pi in single precision, on purpose
+    default: break;
+    }
+
+    const int count = argumentsOf(function);
+    ExpressionAST *const first = node->args[0], *const second = node->args[1];
+    if ((count > 0 && !first) || (count > 1 && !second))
+        fail("Built-in function lacks an argument.");
+    if (count == 0) { // no such function
+        valueStack.push();
+        return MaybeNumber();
+    }
+    const int inside = enter(level);
+    // Of two arguments the first waits on the stack, and the second is judged before it.
+    if (count == 2)
+        evaluate(first, inside);
+    switch (function) {
+    case Builtin::Sqr: {
+        const double x = numberOrTake(first, inside, "Function argument for sqr() expected to evaluate to a number.");
+        return x * x;
+    }
+    case Builtin::Sqrt:
+        return std::sqrt(
+            numberOrTake(first, inside, "Function argument for sqrt() expected to evaluate to a number."));
+    case Builtin::Sin:
+        return std::sin(numberOrTake(first, inside, "Function argument for sin() expected to evaluate to a number."));
+    case Builtin::Cos:
+        return std::cos(numberOrTake(first, inside, "Function argument for cos() expected to evaluate to a number."));
+    case Builtin::Length: return widened(length(vectorOf(first, inside)));
+    case Builtin::Noise: return widened(noise(vectorOf(first, inside)));
+    case Builtin::Pow: {
+        const double b =
+            numberOrTake(second, inside, "Second function argument for pow() expected to evaluate to a number.");
+        const double a = takeNumber("First function argument for pow() expected to evaluate to a number.");
+        return std::pow(a, b);
+    }
+    case Builtin::Cross: {
+        const Vector b = vectorOf(second, inside);
+        const Vector a = takeVector();
+        valueStack.push(widened(cross(a, b)));
+        return MaybeNumber();
+    }
+    case Builtin::Uniform: {
+        const double b =
+            numberOrTake(second, inside, "Second function argument for uniform() expected to evaluate to a number.");
+        const double a = takeNumber("First function argument for uniform() expected to evaluate to a number.");
+        return (1.0 - sample) * a + b * sample;
+    }
+    default: return MaybeNumber(); // taken care of above
+    }
+}
+
+} // namespace Marl

@@ -1,0 +1,145 @@
+// The evaluator: computes one expression tree at a time and leaves one value as its result.
+#pragma once
+
+#include <marl/api.h>
+#include <marl/ast/nodes.h>
+#include <marl/ast/visitor.h>
+#include <marl/value/value.h>
+#include <marl/visitor/value_stack.h>
+
+#include <marl/value/maybe_number.h>
+#include <vector>
+
+namespace Marl {
+
+// Set the time, let a root node accept the evaluator, read the result:
+//
+//     CalculationVisitor evaluator;
+//     evaluator.setTimeParam(5);
+//     property->expression->accept(&evaluator);
+//     Value value = evaluator.getResult();
+//
+// Every visit leaves one value on the evaluator's stack; a vector literal whose valueType is
+// neither vector nor color leaves none. A visit that fails throws InvalidOpException, pushes
+// nothing, and leaves what its operands had pushed and it had not yet taken; such leftovers
+// lie below any later result. The evaluator stays usable.
+//
+// A fresh evaluator costs next to nothing. One evaluator is used by one thread at a time;
+// any number of them may walk one tree at once, after the resolution pass.
+class MARL_API CalculationVisitor : public Visitor {
+public:
+    CalculationVisitor() = default;
+    CalculationVisitor(const CalculationVisitor&) = delete;
+    CalculationVisitor& operator=(const CalculationVisitor&) = delete;
+
+    void setTimeParam(double time) { timeParam = time; }
+
+    // Non-zero makes interpolation hold the earlier key's value instead of blending.
+    void setDontInterpolate(unsigned int hold) { dontInterpolate = hold; }
+
+    // How many levels of nodes may lie in one another, property references included, before a
+    // visit fails with "Expression is nested too deeply.". The default suits a stack of 8 MiB.
+    void setDepthLimit(int levels) { depthLimit = levels; }
+
+    // A copy of the newest value, which stays; undefined before anything was evaluated.
+    Value getResult() const { return valueStack.isEmpty() ? Value() : valueStack.top(); }
+
+    void visitBinaryExpression(BinaryExpressionAST* node) override;
+    void visitNumberExpression(NumberExpressionAST* node) override;
+    void visitBuiltinFunction(BuiltinFunctionAST* node) override;
+    void visitListExpression(ListExpressionAST* node) override;
+    void visitPropertyReferenceAST(PropertyReferenceAST* node) override;
+    void visitArrayExpressionAST(ArrayExpressionAST* node) override;
+    void visitInterpolateExpression(InterpolateExpressionAST* node) override;
+    void visitNegatedExpression(NegatedExpressionAST* node) override;
+    void visitVectorExpression(VectorExpressionAST* node) override;
+    void visitMatrixExpression(MatrixExpressionAST* node) override;
+    void visitAColorExpression(AColorExpressionAST* node) override;
+    void visitTransformExpression(TransformExpressionAST* node) override;
+    void visitTransformHexExpression(TransformHexExpressionAST* node) override;
+    void visitStringExpression(StringExpressionAST* node) override;
+    void visitObjectReference(ObjectReferenceAST* node) override;
+    void visitListVectorExpressionAST(ListTypeExpressionAST<Vector>* node) override;
+    void visitListIntExpressionAST(ListTypeExpressionAST<int>* node) override;
+    void visitListColorExpressionAST(ListTypeExpressionAST<Color>* node) override;
+    void visitListFloatExpressionAST(ListTypeExpressionAST<float>* node) override;
+    void visitListStringExpressionAST(ListTypeExpressionAST<CharString>* node) override;
+    void visitRuntimeValueAST(RuntimeValueAST* node) override;
+    void visitObjectIDExpression(ObjectIDExpressionAST* node) override;
+
+    virtual ~CalculationVisitor() = default;
+
+    // The operators. Operands are never changed, a list result shares no storage with them.
+    // Pairs of kinds outside an operator's table throw InvalidOpException "Unable to sum.",
+    // "Unable to subtract.", "Unable to multiply." or "Unable to divide.". Nothing is checked
+    // for range: overflow and division by zero follow IEEE arithmetic. docs/arithmetic.md has
+    // the tables; an operator code that is none of the four gives an undefined value.
+    Value doOp(TOKENTYPE op, const Value& left, const Value& right);
+    Value doSum(const Value& left, const Value& right);
+    Value doSubraction(const Value& left, const Value& right);
+    Value doMultiply(const Value& left, const Value& right);
+    Value doDivision(const Value& left, const Value& right);
+
+    // Changes the sign in place; a kind without sign stays as it is.
+    void negate(Value& value);
+
+    // Three-dimensional gradient noise with quintic fade (Ken Perlin, "Improving Noise",
+    // SIGGRAPH 2002), on fixed tables of 256 entries; neither clamped nor rescaled. The same
+    // point gives the same bits in every process. Safe from several threads at any time.
+    float noise(const Vector& point);
+
+private:
+    class ActiveReference;
+    class HeldValue;
+    class Surroundings;
+    struct Bracket;
+
+    FrequentNode shortcutTo(const ExpressionAST* node) const;
+    const double* leaf(FrequentNode shortcut, const ExpressionAST* node) const;
+    int levelOfVisit();
+    int enter(int level) const;
+    MaybeNumber operand(ExpressionAST* node, int level);
+    MaybeNumber walk(FrequentNode shortcut, ExpressionAST* node, int level);
+    MaybeNumber visited(ExpressionAST* node, int level);
+    void passOn(ExpressionAST* node, int level);
+    void evaluate(ExpressionAST* node, int level);
+    void pushNumber(MaybeNumber number);
+    MaybeNumber takeIfNumber();
+    double takeNumber(const char* complaint);
+    double numberOrTake(ExpressionAST* node, int level, const char* complaint);
+    double numberOrLeave(ExpressionAST* node, int level, const char* complaint);
+    Vector takeVector();
+    Vector vectorOf(ExpressionAST* node, int level);
+
+    MaybeNumber binary(BinaryExpressionAST* node, int level);
+    [[gnu::noinline]] MaybeNumber chain(BinaryExpressionAST* node, int level);
+    MaybeNumber operate(BinaryExpressionAST* node, MaybeNumber left, int level);
+    MaybeNumber combine(TOKENTYPE op, double left, double right);
+    MaybeNumber undefined();
+    [[gnu::noinline]] MaybeNumber combineTopTwo(TOKENTYPE op);
+    MaybeNumber negated(NegatedExpressionAST* node, int level);
+    MaybeNumber call(BuiltinFunctionAST* node, int level);
+
+    Bracket bracketTime(InterpolateExpressionAST* node, int level);
+    Bracket bracketVaryingTime(InterpolateExpressionAST* node, int level);
+    template <typename Search, typename KeyAt>
+    Bracket bracketAmong(const std::vector<double>& times, InterpolateExpressionAST* node, Search search, KeyAt key);
+    [[gnu::noinline]] void replaceTopByBlend(double earlier, double factor);
+    [[gnu::noinline]] void replaceTopByBlend(const Value& earlier, double factor);
+    Value blend(const Value& earlier, const Value& later, double factor);
+
+    template <typename T>
+    void pushTypedList(ListTypeExpressionAST<T>* node);
+
+    double timeParam = 0;
+    unsigned int dontInterpolate = 0;
+    ValueStack valueStack;
+
+    int depthLimit = 10'000;
+    bool shortcuts = true;
+    int depth = 0; // levels around the node that accepts the evaluator
+    ActiveReference* innermostReference = nullptr;
+    ValueStack heldValues; // taken off the stack and needed later in the same visit
+};
+
+} // namespace Marl

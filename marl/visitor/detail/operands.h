@@ -1,0 +1,202 @@
+// How visits evaluate their operands, and what they hold meanwhile.
+//
+// Numbers do not travel over the stack where nobody could see them there: an operand that
+// comes to a number hands it back, and only other values lie on the stack. An operand's
+// number is pushed before anything else is evaluated, for a host's node may look at the
+// stack, and a failure leaves it there.
+//
+// Visits recurse, so their frames are kept small: no frame that lies below another visit
+// holds a value. Children are walked first; then a function of its own finishes on the stack.
+#pragma once
+
+#include <marl/value/detail/failures.h>
+#include <marl/visitor/calculation_visitor.h>
+
+#include <marl/value/maybe_number.h>
+#include <typeinfo>
+#include <utility>
+
+namespace Marl {
+
+// Tells the visits behind a node's accept() how many levels lie around the node.
+class CalculationVisitor::Surroundings {
+public:
+    Surroundings(CalculationVisitor& owner, int level) : evaluator(owner), outer(owner.depth)
+    {
+        evaluator.depth = level;
+    }
+    ~Surroundings() { evaluator.depth = outer; }
+    Surroundings(const Surroundings&) = delete;
+    Surroundings& operator=(const Surroundings&) = delete;
+
+private:
+    CalculationVisitor& evaluator;
+    int outer;
+};
+
+// Marks a property as being evaluated through a reference. The marks form a chain through
+// the frames, so that a circle is found as soon as it closes and threads do not meet.
+class CalculationVisitor::ActiveReference {
+public:
+    ActiveReference(CalculationVisitor& owner, const PropertyAST* entered)
+        : evaluator(owner), property(entered), outer(owner.innermostReference)
+    {
+        for (const ActiveReference* active = outer; active; active = active->outer)
+            if (active->property == entered)
+                failCycle();
+        evaluator.innermostReference = this;
+    }
+    ~ActiveReference() { evaluator.innermostReference = outer; }
+    ActiveReference(const ActiveReference&) = delete;
+    ActiveReference& operator=(const ActiveReference&) = delete;
+
+private:
+    CalculationVisitor& evaluator;
+    const PropertyAST* property;
+    ActiveReference* outer;
+};
+
+// Takes the top value off the stack and keeps it aside while another operand is evaluated.
+class CalculationVisitor::HeldValue {
+public:
+    explicit HeldValue(CalculationVisitor& owner) : evaluator(owner)
+    {
+        evaluator.heldValues.push(std::move(evaluator.valueStack.top()));
+        evaluator.valueStack.pop();
+    }
+    ~HeldValue() { evaluator.heldValues.pop(); }
+    HeldValue(const HeldValue&) = delete;
+    HeldValue& operator=(const HeldValue&) = delete;
+
+private:
+    CalculationVisitor& evaluator;
+};
+
+inline bool isDouble(const Value& value)
+{
+    return value.getValueType() == static_cast<int>(ValueType::Double);
+}
+
+// Where a number is expected only this kind is refused; any other answers getDouble() in its own way.
+inline bool isUndefined(const Value& value)
+{
+    return value.getValueType() == static_cast<int>(ValueType::Undefined);
+}
+
+// What the evaluator may read without a visit. A derived evaluator may override visits, so of
+// it that is nothing.
+inline FrequentNode CalculationVisitor::shortcutTo(const ExpressionAST* node) const
+{
+    return node && shortcuts ? node->frequentNode() : FrequentNode::None;
+}
+
+// Where the number of a literal or of the time stands; null for any other node. Half of all
+// operands are such leaves, and a visit costs more than their value.
+inline const double* CalculationVisitor::leaf(FrequentNode shortcut, const ExpressionAST* node) const
+{
+    if (shortcut == FrequentNode::Number)
+        return &static_cast<const NumberExpressionAST*>(node)->number;
+    if (shortcut == FrequentNode::Builtin
+        && static_cast<const BuiltinFunctionAST*>(node)->functionId == static_cast<int>(Builtin::Time))
+        return &timeParam;
+    return nullptr;
+}
+
+// Of the frequent nodes the operation is called at once, which saves two virtual calls and
+// the way over the stack.
+inline MaybeNumber CalculationVisitor::walk(FrequentNode shortcut, ExpressionAST* node, int level)
+{
+    switch (shortcut) {
+    case FrequentNode::Binary: return binary(static_cast<BinaryExpressionAST*>(node), level);
+    case FrequentNode::Builtin: return call(static_cast<BuiltinFunctionAST*>(node), level);
+    case FrequentNode::Negated: return negated(static_cast<NegatedExpressionAST*>(node), level);
+    default: return visited(node, level);
+    }
+}
+
+// The level of the node that accepts the evaluator.
+inline int CalculationVisitor::levelOfVisit()
+{
+    shortcuts = typeid(*this) == typeid(CalculationVisitor);
+    return depth;
+}
+
+// The level of a node's operands, given the level of the node.
+inline int CalculationVisitor::enter(int level) const
+{
+    if (level >= depthLimit)
+        failTooDeep();
+    return level + 1;
+}
+
+// The operand's number; nothing when its value is of another kind and lies on the stack.
+inline MaybeNumber CalculationVisitor::operand(ExpressionAST* node, int level)
+{
+    const FrequentNode shortcut = shortcutTo(node);
+    if (const double* number = leaf(shortcut, node))
+        return *number;
+    return walk(shortcut, node, level);
+}
+
+// Leaves the operand's value on the stack, whatever it is.
+inline void CalculationVisitor::evaluate(ExpressionAST* node, int level)
+{
+    pushNumber(operand(node, level));
+}
+
+inline void CalculationVisitor::pushNumber(MaybeNumber number)
+{
+    if (number)
+        valueStack.push(*number);
+}
+
+inline MaybeNumber CalculationVisitor::takeIfNumber()
+{
+    if (!isDouble(valueStack.top()))
+        return MaybeNumber();
+    const double number = valueStack.top().getDouble();
+    valueStack.pop();
+    return number;
+}
+
+// The number on top of the stack, which is taken also when it is refused.
+inline double CalculationVisitor::takeNumber(const char* complaint)
+{
+    const bool isRefused = isUndefined(valueStack.top());
+    const double number = valueStack.top().getDouble();
+    valueStack.pop();
+    if (isRefused)
+        fail(complaint);
+    return number;
+}
+
+// The operand's number; what is refused is taken off the stack too.
+inline double CalculationVisitor::numberOrTake(ExpressionAST* node, int level, const char* complaint)
+{
+    const auto number = operand(node, level);
+    return number ? *number : takeNumber(complaint);
+}
+
+// The operand's number; what is refused stays on the stack.
+inline double CalculationVisitor::numberOrLeave(ExpressionAST* node, int level, const char* complaint)
+{
+    const auto number = operand(node, level);
+    if (!number && isUndefined(valueStack.top()))
+        fail(complaint);
+    return number ? *number : takeNumber(complaint);
+}
+
+inline Vector CalculationVisitor::takeVector()
+{
+    const Vector vector = valueStack.top().getVector();
+    valueStack.pop();
+    return vector;
+}
+
+// The operand's vector; a number, which is none, is the zero vector.
+inline Vector CalculationVisitor::vectorOf(ExpressionAST* node, int level)
+{
+    return operand(node, level) ? Vector() : takeVector();
+}
+
+} // namespace Marl

@@ -1,0 +1,65 @@
+// Lists and the selection of their elements.
+#include <marl/visitor/detail/operands.h>
+
+#include <marl/value/detail/array_hold.h>
+#include <marl/visitor/detail/truncation.h>
+
+namespace Marl {
+
+void CalculationVisitor::visitListExpression(ListExpressionAST* node)
+{
+    ArrayHold<Value> list(node->itemCount);
+    int i = 0;
+    for (const ListItem* item = node->firstItem; item; item = item->next, ++i) {
+        const auto number = operand(item->expression, enter(levelOfVisit()));
+        if (number && i < list->count)
+            list[i].setDouble(*number);
+        if (number)
+            continue;
+        if (i < list->count)
+            list[i] = std::move(valueStack.top());
+        valueStack.pop();
+    }
+    valueStack.push(*list);
+}
+
+template <typename T>
+void CalculationVisitor::pushTypedList(ListTypeExpressionAST<T>* node)
+{
+    ArrayHold<T> list(node->loaded ? PtrArray<T>(node->values) : node->readFromSource());
+    if constexpr (std::is_same_v<T, CharString>) {
+        Value value;
+        value.setListString(*list);
+        value.setScenePath(node->scenePath.clone());
+        valueStack.push(std::move(value));
+    } else {
+        valueStack.push(*list);
+    }
+}
+
+// clang-format off
+void CalculationVisitor::visitListVectorExpressionAST(ListTypeExpressionAST<Vector>* node)     { pushTypedList(node); }
+void CalculationVisitor::visitListIntExpressionAST(ListTypeExpressionAST<int>* node)           { pushTypedList(node); }
+void CalculationVisitor::visitListColorExpressionAST(ListTypeExpressionAST<Color>* node)       { pushTypedList(node); }
+void CalculationVisitor::visitListFloatExpressionAST(ListTypeExpressionAST<float>* node)       { pushTypedList(node); }
+void CalculationVisitor::visitListStringExpressionAST(ListTypeExpressionAST<CharString>* node) { pushTypedList(node); }
+// clang-format on
+
+// Works on the tree: only the selected element is evaluated, the target as a whole is not.
+void CalculationVisitor::visitArrayExpressionAST(ArrayExpressionAST* node)
+{
+    const int inside = enter(levelOfVisit());
+    ExpressionAST* selected = node->target;
+    for (ExpressionAST* index : node->indices) {
+        const int position =
+            truncated(numberOrTake(index, inside, "Array indexer expected to evaluate to a number."));
+        if (!selected)
+            failIncomplete();
+        selected = selected->getElement(position);
+        if (!selected)
+            failOutsideArray();
+    }
+    passOn(selected, inside);
+}
+
+} // namespace Marl

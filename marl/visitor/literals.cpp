@@ -1,0 +1,66 @@
+// Vectors, colors, matrices and transforms built from their parts.
+//
+#include <marl/visitor/detail/operands.h>
+
+#include <marl/value/detail/precision.h>
+
+namespace Marl {
+
+void CalculationVisitor::visitVectorExpression(VectorExpressionAST* node)
+{
+    const auto type = ValueType(node->valueType);
+    if (type != ValueType::Vector && type != ValueType::Color)
+        return;
+    const int inside = enter(levelOfVisit());
+    const bool isVector = type == ValueType::Vector;
+    const char* complaint =
+        isVector ? "Vector expected to contain numbers only" : "Color expected to contain numbers only";
+    const double x = numberOrLeave(node->components[0], inside, complaint);
+    const double y = numberOrLeave(node->components[1], inside, complaint);
+    const double z = numberOrLeave(node->components[2], inside, complaint);
+    if (isVector)
+        valueStack.push(TracePoint{x, y, z});
+    else
+        valueStack.push(Color{single(x), single(y), single(z)});
+}
+
+void CalculationVisitor::visitAColorExpression(AColorExpressionAST* node)
+{
+    const int inside = enter(levelOfVisit());
+    float components[4];
+    for (int i = 0; i < 4; ++i)
+        components[i] = single(numberOrLeave(node->components[i], inside, "AColor expected to contain numbers only"));
+    valueStack.push(AColor{components[0], components[1], components[2], components[3]});
+}
+
+void CalculationVisitor::visitMatrixExpression(MatrixExpressionAST* node)
+{
+    const int inside = enter(levelOfVisit());
+    Matrix matrix;
+    for (int k = 0; k < 3; ++k) {
+        evaluate(node->columns[k], inside);
+        matrix.columns[k] = valueStack.top().getVector();
+        valueStack.pop();
+    }
+    valueStack.push(matrix);
+}
+
+void CalculationVisitor::visitTransformExpression(TransformExpressionAST* node)
+{
+    const int inside = enter(levelOfVisit());
+    TraceTransform transform;
+    evaluate(node->matrix, inside);
+    transform.matrix = valueStack.top().getMatrix();
+    valueStack.pop();
+    evaluate(node->offset, inside);
+    transform.offset = valueStack.top().getTracePoint();
+    valueStack.pop();
+    valueStack.push(transform);
+}
+
+void CalculationVisitor::visitTransformHexExpression(TransformHexExpressionAST* node)
+{
+    valueStack.push(node->readFromSource());
+}
+
+} // namespace Marl
