@@ -1,0 +1,91 @@
+#include <host/analysis/evaluation.h>
+
+#include <host/analysis/tracing_evaluator.h>
+#include <host/output/value_text.h>
+
+#include <fmt/format.h>
+
+#include <charconv>
+
+namespace Marl::Host {
+
+void TracingEvaluator::leave()
+{
+    way.pop_back();
+    if (!way.empty())
+        way.back().kinds.push_back(getResult().getValueType());
+}
+
+namespace {
+
+void evaluateWith(CalculationVisitor& evaluator, const SceneProperty& property, const Moment& moment)
+{
+    evaluator.setTimeParam(moment.time);
+    evaluator.setDontInterpolate(moment.holdsKeys ? 1 : 0);
+    property.property->expression->accept(&evaluator);
+}
+
+// What a failing operator or blend was given: its last two values.
+std::string kindsThatMet(const TracingEvaluator::Step& step)
+{
+    if (step.kinds.size() < 2)
+        return {};
+    const std::string earlier = kindWithArticle(step.kinds[step.kinds.size() - 2]);
+    const std::string later = kindWithArticle(step.kinds.back());
+    if (dynamic_cast<BinaryExpressionAST*>(step.node))
+        return fmt::format("The left side is {}, the right side {}. ", earlier, later);
+    if (dynamic_cast<InterpolateExpressionAST*>(step.node))
+        return fmt::format("The earlier key is {}, the later {}. ", earlier, later);
+    return {};
+}
+
+// A data list or hexadecimal transform that cannot be read: the message names a byte of the file.
+std::optional<std::int64_t> unreadableByte(std::string_view message)
+{
+    constexpr std::string_view marker = " at byte ";
+    const auto found = message.rfind(marker);
+    if (found == std::string_view::npos)
+        return std::nullopt;
+    const std::string_view digits = message.substr(found + marker.size());
+    std::int64_t byte = 0;
+    const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), byte);
+    return read.ec == std::errc() ? std::optional(byte) : std::nullopt;
+}
+
+} // namespace
+
+Value evaluate(const SceneProperty& property, const Moment& moment)
+{
+    CalculationVisitor evaluator;
+    evaluateWith(evaluator, property, moment);
+    return evaluator.getResult();
+}
+
+Failure findFailure(Scene& scene, const SceneProperty& property, const Moment& moment, const Exception& thrown)
+{
+    TracingEvaluator tracer;
+    try {
+        evaluateWith(tracer, property, moment);
+    } catch (const Exception&) { // the failure that is looked for
+    }
+
+    Failure failure{{Severity::Error, scene.placeOf(property.property), thrown.what()}, nullptr, property.property};
+    std::string kinds;
+    if (!tracer.way.empty()) {
+        failure.innermost = tracer.way.back().node;
+        kinds = kindsThatMet(tracer.way.back());
+    }
+    for (const auto& step : tracer.way) {
+        if (const auto place = scene.places.find(step.node))
+            failure.diagnostic.place = *place;
+        const auto* reference = dynamic_cast<PropertyReferenceAST*>(step.node);
+        if (reference && &step != &tracer.way.back())
+            failure.in = reference->property;
+    }
+    if (const auto byte = unreadableByte(thrown.what()))
+        failure.diagnostic.place = {*byte, *byte};
+    failure.diagnostic.hint = fmt::format("{}This is {} at time {}.", kinds, property.name(), numberText(moment.time));
+    return failure;
+}
+
+} // namespace Marl::Host

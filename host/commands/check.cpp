@@ -1,0 +1,4 @@
+#include <host/commands/command.h>
+namespace Marl::Host {
+void addCheckCommand(CLI::App&, int&) {}
+}

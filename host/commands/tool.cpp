@@ -1,0 +1,78 @@
+#include <host/commands/tool.h>
+
+#include <host/commands/command.h>
+
+#include <fmt/format.h>
+
+#include <csignal>
+#include <cstring>
+#include <new>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace Marl::Host {
+
+namespace {
+
+// A program that was started with a closed standard stream must not take a file for it.
+void occupyStandardStreams()
+{
+    for (int stream = 0; stream <= 2; ++stream)
+        if (fcntl(stream, F_GETFD) < 0)
+            open("/dev/null", O_RDONLY); // takes the lowest number that is free; writing to it fails
+}
+
+// A mapped scene file that becomes shorter while it is read ends in this signal.
+extern "C" void reportTruncatedFile(int)
+{
+    constexpr char message[] = "marl: the file has become shorter while it was read\n";
+    [[maybe_unused]] const ssize_t written = write(2, message, sizeof message - 1);
+    _exit(FileFailed);
+}
+
+constexpr const char* footer = R"(Examples:
+  marl eval road.scene --from 0 --to 10 --step 5
+  marl check shot.scene
+
+`marl COMMAND --help` tells more of each. The exit status is 0 when all is fine, 1 when a scene has
+errors, 2 for wrong usage, 3 when a file cannot be read or written.)";
+
+int fail(ExitStatus status, std::string_view message)
+{
+    printError(fmt::format("marl: {}\n", message));
+    return status;
+}
+
+} // namespace
+
+int runTool(int count, char** arguments)
+{
+    occupyStandardStreams();
+    std::signal(SIGPIPE, SIG_IGN); // a closed pipe is a failed write
+    std::signal(SIGBUS, reportTruncatedFile);
+
+    CLI::App app("Computes the values of a scene's expressions.", "marl");
+    int status = Fine;
+    try {
+        app.set_version_flag("--version", "marl " MARL_VERSION);
+        app.require_subcommand(1);
+        app.footer(footer);
+        addEvalCommand(app, status);
+        addCheckCommand(app, status);
+        app.parse(count, arguments);
+        return status;
+    } catch (const CLI::ParseError& asked) {
+        return app.exit(asked) == 0 ? Fine : WrongUsage;
+    } catch (const UsageError& wrong) {
+        return fail(WrongUsage, wrong.what());
+    } catch (const FileError& failed) {
+        return fail(FileFailed, failed.what());
+    } catch (const std::bad_alloc&) {
+        return fail(FileFailed, "there is not enough memory for this scene");
+    } catch (const std::exception& unexpected) {
+        return fail(FileFailed, unexpected.what());
+    }
+}
+
+} // namespace Marl::Host

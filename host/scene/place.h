@@ -1,0 +1,31 @@
+// Where things stand in a scene file: bytes from its start, and the table from nodes to them.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace Marl::Host {
+
+// The bytes from begin up to, not including, end.
+struct Span {
+    std::int64_t begin = 0;
+    std::int64_t end = 0;
+};
+
+// The tree knows nothing of files, so the reader notes here where each node, key, property and
+// object was read. First everything is noted, then it is sealed, then it is asked.
+class PlaceTable {
+public:
+    void note(const void* thing, Span span) { places.emplace_back(thing, span); }
+    void seal();
+
+    // Nothing for what was not read from the file, as the elements of a data list.
+    std::optional<Span> find(const void* thing) const;
+
+private:
+    std::vector<std::pair<const void*, Span>> places; // sorted by the pointer once sealed
+};
+
+} // namespace Marl::Host
