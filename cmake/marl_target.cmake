@@ -7,6 +7,8 @@ function(marl_target target)
         COMPILE_WARNING_AS_ERROR ${MARL_WARNINGS_AS_ERRORS})
     target_compile_options(${target} PRIVATE
         -Wall -Wextra -Wpedantic -Wconversion -Wdouble-promotion -Wshadow -Wnon-virtual-dtor
+        # g++ 12 sees overlapping copies in plain string concatenation.
+        $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
         # Results are the same bits everywhere, so no product and sum may be fused into one
         # rounding. And the straight-line vectoriser of g++ 12 drops the rounding of
         # neighbouring values that go from double to float and back.

@@ -7,7 +7,7 @@
 namespace Marl {
 
 // The nodes that walks meet so often that they read them without a visit.
-enum class FrequentNode : unsigned char { None, Number, Builtin, Binary, Negated, PropertyReference };
+enum class FrequentNode : unsigned char { None, Number, Builtin, Binary, Negated, Vector };
 
 // Nodes belong to their program; a host may derive nodes of its own. A tree is prepared by
 // one thread; then any number of evaluators may walk it at once.
@@ -37,7 +37,7 @@ private:
     friend class NumberExpressionAST;
     friend class BuiltinFunctionAST;
     friend class NegatedExpressionAST;
-    friend class PropertyReferenceAST;
+    friend class VectorExpressionAST;
     explicit ExpressionAST(FrequentNode given) : frequent(given) {}
 
     FrequentNode frequent = FrequentNode::None;

@@ -88,7 +88,6 @@ private:
 // those of the property's expression, references behind it followed.
 class MARL_API PropertyReferenceAST final : public ExpressionAST {
 public:
-    PropertyReferenceAST() : ExpressionAST(FrequentNode::PropertyReference) {}
     void accept(Visitor* visitor) override;
     ExpressionAST* getElement(int index) override;
 
@@ -155,6 +154,7 @@ public:
 // code has no value at all. Its elements are the components.
 class MARL_API VectorExpressionAST final : public ExpressionAST {
 public:
+    VectorExpressionAST() : ExpressionAST(FrequentNode::Vector) {}
     void accept(Visitor* visitor) override;
     ExpressionAST* getElement(int index) override;
 

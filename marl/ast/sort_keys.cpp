@@ -35,7 +35,9 @@ std::optional<Constant> constantOf(ExpressionAST* node, int& stepsLeft)
     if (const auto* binary = dynamic_cast<BinaryExpressionAST*>(node)) {
         const auto left = constantOf(binary->left, stepsLeft);
         const auto right = left ? constantOf(binary->right, stepsLeft) : std::nullopt;
-        const auto result = right ? calculate(binary->op, left->number, right->number) : MaybeNumber();
+        if (!right)
+            return std::nullopt;
+        const auto result = calculate(binary->op, left->number, right->number, [] { return MaybeNumber(); });
         return result ? std::optional(Constant{*result, std::max(left->nesting, right->nesting) + 1}) : std::nullopt;
     }
     return std::nullopt;

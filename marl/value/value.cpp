@@ -10,6 +10,16 @@ namespace Marl {
 
 namespace {
 
+// The records component by component: results are stored that way, and a copy in wide moves
+// would wait until the narrow stores have reached the cache.
+// clang-format off
+TracePoint apart(const TracePoint& p)         { return {p.x, p.y, p.z}; }
+Vector apart(const Vector& v)                 { return {v.x, v.y, v.z}; }
+Color apart(const Color& c)                   { return {c.r, c.g, c.b}; }
+Matrix apart(const Matrix& m)                 { return {apart(m.columns[0]), apart(m.columns[1]), apart(m.columns[2])}; }
+TraceTransform apart(const TraceTransform& t) { return {apart(t.matrix), apart(t.offset)}; }
+// clang-format on
+
 template <typename Member, typename From>
 void awaken(Member& member, From&& from) noexcept
 {
@@ -73,11 +83,11 @@ void Value::takeMembers(Other&& other) noexcept
     switch (kind) {
     case ValueType::Undefined:    break;
     case ValueType::Double:       number = other.number; break;
-    case ValueType::Vector:       awaken(point, other.point); break;
-    case ValueType::Matrix:       awaken(matrix, other.matrix); break;
-    case ValueType::Color:        awaken(color, other.color); break;
+    case ValueType::Vector:       awaken(point, apart(other.point)); break;
+    case ValueType::Matrix:       awaken(matrix, apart(other.matrix)); break;
+    case ValueType::Color:        awaken(color, apart(other.color)); break;
     case ValueType::AColor:       awaken(acolor, other.acolor); break;
-    case ValueType::Transform:    awaken(transform, other.transform); break;
+    case ValueType::Transform:    awaken(transform, apart(other.transform)); break;
     case ValueType::List:         awaken(list, std::forward<Other>(other).list); break;
     case ValueType::ListVector:   awaken(listVector, std::forward<Other>(other).listVector); break;
     case ValueType::ListInt:      awaken(listInt, std::forward<Other>(other).listInt); break;
@@ -115,7 +125,7 @@ void Value::releaseStorage() noexcept
 
 Vector Value::getVector() const noexcept
 {
-    return narrowed(getTracePoint());
+    return kind == ValueType::Vector ? narrowed(point) : Vector();
 }
 
 PtrArray<Value> Value::getList() const noexcept

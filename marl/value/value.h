@@ -91,7 +91,10 @@ public:
     double getDouble() const noexcept { return kind == ValueType::Double ? number : 0.0; }
     // Rounded to single precision; getTracePoint() gives the components as they were set.
     Vector getVector() const noexcept;
-    TracePoint getTracePoint() const noexcept { return kind == ValueType::Vector ? point : TracePoint(); }
+    TracePoint getTracePoint() const noexcept
+    {
+        return kind == ValueType::Vector ? TracePoint{point.x, point.y, point.z} : TracePoint();
+    }
     Matrix getMatrix() const noexcept { return kind == ValueType::Matrix ? matrix : Matrix(); }
     Color getColor() const noexcept { return kind == ValueType::Color ? color : Color(); }
     AColor getAColor() const noexcept { return kind == ValueType::AColor ? acolor : AColor(); }

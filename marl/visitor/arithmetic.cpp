@@ -23,6 +23,12 @@ int pair(const Value& left, const Value& right)
     return left.getValueType() << 8 | right.getValueType();
 }
 
+// What getVector() gives, without the call.
+Vector singles(const Value& value)
+{
+    return narrowed(value.getTracePoint());
+}
+
 template <typename T>
 ArrayHold<T> roomFor(const PtrArray<T>& left, int more)
 {
@@ -104,8 +110,7 @@ inline MaybeNumber CalculationVisitor::operate(BinaryExpressionAST* node, MaybeN
 
 inline MaybeNumber CalculationVisitor::combine(TOKENTYPE op, double left, double right)
 {
-    const auto result = calculate(op, left, right);
-    return result ? result : undefined();
+    return calculate(op, left, right, [this] { return undefined(); });
 }
 
 // What an operator or a function without meaning comes to.
@@ -147,7 +152,7 @@ Value CalculationVisitor::doSum(const Value& left, const Value& right)
     switch (pair(left, right)) {
     case pair(Double, Double):         return left.getDouble() + right.getDouble();
     case pair(Matrix, Matrix):         return left.getMatrix() + right.getMatrix();
-    case pair(Vector, Vector):         return widened(left.getVector() + right.getVector());
+    case pair(Vector, Vector):         return widened(singles(left) + singles(right));
     case pair(Transform, Transform):   return widened(narrowed(left.getTransform()) + narrowed(right.getTransform()));
     case pair(Color, Color):           return left.getColor() + right.getColor();
     case pair(AColor, AColor):         return left.getAColor() + right.getAColor();
@@ -169,7 +174,7 @@ Value CalculationVisitor::doSubraction(const Value& left, const Value& right)
     switch (pair(left, right)) {
     case pair(Double, Double):       return left.getDouble() - right.getDouble();
     case pair(Matrix, Matrix):       return left.getMatrix() - right.getMatrix();
-    case pair(Vector, Vector):       return widened(left.getVector() - right.getVector());
+    case pair(Vector, Vector):       return widened(singles(left) - singles(right));
     case pair(Transform, Transform): return widened(narrowed(left.getTransform()) - narrowed(right.getTransform()));
     }
     fail("Unable to subtract.");
@@ -181,11 +186,11 @@ Value CalculationVisitor::doMultiply(const Value& left, const Value& right)
     // A transform acts on a vector in the vector's full precision.
     switch (pair(left, right)) {
     case pair(Double, Double):       return left.getDouble() * right.getDouble();
-    case pair(Double, Vector):       return widened(right.getVector() * single(left.getDouble()));
-    case pair(Vector, Double):       return widened(left.getVector() * single(right.getDouble()));
-    case pair(Vector, Vector):       return dot(left.getVector(), right.getVector());
+    case pair(Double, Vector):       return widened(singles(right) * single(left.getDouble()));
+    case pair(Vector, Double):       return widened(singles(left) * single(right.getDouble()));
+    case pair(Vector, Vector):       return dot(singles(left), singles(right));
     case pair(Matrix, Matrix):       return left.getMatrix() * right.getMatrix();
-    case pair(Vector, Matrix):       return widened(left.getVector() * right.getMatrix());
+    case pair(Vector, Matrix):       return widened(singles(left) * right.getMatrix());
     case pair(Matrix, Double):       return left.getMatrix() * single(right.getDouble());
     case pair(Double, Matrix):       return right.getMatrix() * single(left.getDouble());
     case pair(Color, Double):        return left.getColor() * single(right.getDouble());
@@ -208,7 +213,7 @@ Value CalculationVisitor::doDivision(const Value& left, const Value& right)
     // divisor first. The factors differ in their last bits.
     switch (pair(left, right)) {
     case pair(Double, Double): return left.getDouble() / right.getDouble();
-    case pair(Vector, Double): return widened(left.getVector() * single(1.0 / right.getDouble()));
+    case pair(Vector, Double): return widened(singles(left) * single(1.0 / right.getDouble()));
     case pair(Matrix, Double): return left.getMatrix() * (1.0f / single(right.getDouble()));
     case pair(Color, Double):  return left.getColor() * (1.0f / single(right.getDouble()));
     case pair(AColor, Double): return left.getAColor() * (1.0f / single(right.getDouble()));

@@ -100,6 +100,7 @@ private:
     int enter(int level) const;
     MaybeNumber operand(ExpressionAST* node, int level);
     MaybeNumber walk(FrequentNode shortcut, ExpressionAST* node, int level);
+    MaybeNumber walkOther(FrequentNode shortcut, ExpressionAST* node, int level);
     MaybeNumber visited(ExpressionAST* node, int level);
     void passOn(ExpressionAST* node, int level);
     void evaluate(ExpressionAST* node, int level);
@@ -117,6 +118,7 @@ private:
     MaybeNumber combine(TOKENTYPE op, double left, double right);
     MaybeNumber undefined();
     [[gnu::noinline]] MaybeNumber combineTopTwo(TOKENTYPE op);
+    bool vector(VectorExpressionAST* node, int level);
     MaybeNumber negated(NegatedExpressionAST* node, int level);
     MaybeNumber call(BuiltinFunctionAST* node, int level);
 

@@ -55,6 +55,21 @@ void CalculationVisitor::passOn(ExpressionAST* node, int level)
     node->accept(this);
 }
 
+// Of the frequent nodes the operation is called at once, which saves two virtual calls and
+// the way over the stack.
+MaybeNumber CalculationVisitor::walkOther(FrequentNode shortcut, ExpressionAST* node, int level)
+{
+    switch (shortcut) {
+    case FrequentNode::Builtin: return call(static_cast<BuiltinFunctionAST*>(node), level);
+    case FrequentNode::Negated: return negated(static_cast<NegatedExpressionAST*>(node), level);
+    case FrequentNode::Vector:
+        if (!vector(static_cast<VectorExpressionAST*>(node), level))
+            failIncomplete();
+        return MaybeNumber();
+    default: return visited(node, level);
+    }
+}
+
 // An operand must leave a value: a literal of no known kind and a host's node that forgets to
 // are incomplete.
 MaybeNumber CalculationVisitor::visited(ExpressionAST* node, int level)

@@ -1,5 +1,4 @@
 // Vectors, colors, matrices and transforms built from their parts.
-//
 #include <marl/visitor/detail/operands.h>
 
 #include <marl/value/detail/precision.h>
@@ -8,10 +7,16 @@ namespace Marl {
 
 void CalculationVisitor::visitVectorExpression(VectorExpressionAST* node)
 {
+    vector(node, levelOfVisit());
+}
+
+// False for a literal of no known kind, which has no value.
+bool CalculationVisitor::vector(VectorExpressionAST* node, int level)
+{
     const auto type = ValueType(node->valueType);
     if (type != ValueType::Vector && type != ValueType::Color)
-        return;
-    const int inside = enter(levelOfVisit());
+        return false;
+    const int inside = enter(level);
     const bool isVector = type == ValueType::Vector;
     const char* complaint =
         isVector ? "Vector expected to contain numbers only" : "Color expected to contain numbers only";
@@ -22,6 +27,7 @@ void CalculationVisitor::visitVectorExpression(VectorExpressionAST* node)
         valueStack.push(TracePoint{x, y, z});
     else
         valueStack.push(Color{single(x), single(y), single(z)});
+    return true;
 }
 
 void CalculationVisitor::visitAColorExpression(AColorExpressionAST* node)

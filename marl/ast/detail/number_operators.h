@@ -2,21 +2,21 @@
 #pragma once
 
 #include <marl/ast/token_type.h>
-
 #include <marl/value/maybe_number.h>
 
 namespace Marl {
 
-// Nothing for an operator code that is none of the four.
-inline MaybeNumber calculate(TOKENTYPE op, double left, double right)
+// An operator code that is none of the four comes to what `otherwise` says.
+template <typename Otherwise>
+MaybeNumber calculate(TOKENTYPE op, double left, double right, Otherwise otherwise)
 {
     switch (op) {
+    case TOKEN_MULTIPLY: return left * right;
     case TOKEN_PLUS: return left + right;
     case TOKEN_MINUS: return left - right;
     case TOKEN_DIVIDE: return left / right;
-    case TOKEN_MULTIPLY: return left * right;
     }
-    return MaybeNumber();
+    return otherwise();
 }
 
 } // namespace Marl

@@ -102,16 +102,11 @@ inline const double* CalculationVisitor::leaf(FrequentNode shortcut, const Expre
     return nullptr;
 }
 
-// Of the frequent nodes the operation is called at once, which saves two virtual calls and
-// the way over the stack.
 inline MaybeNumber CalculationVisitor::walk(FrequentNode shortcut, ExpressionAST* node, int level)
 {
-    switch (shortcut) {
-    case FrequentNode::Binary: return binary(static_cast<BinaryExpressionAST*>(node), level);
-    case FrequentNode::Builtin: return call(static_cast<BuiltinFunctionAST*>(node), level);
-    case FrequentNode::Negated: return negated(static_cast<NegatedExpressionAST*>(node), level);
-    default: return visited(node, level);
-    }
+    if (shortcut == FrequentNode::Binary)
+        return binary(static_cast<BinaryExpressionAST*>(node), level);
+    return walkOther(shortcut, node, level);
 }
 
 // The level of the node that accepts the evaluator.
