@@ -11,9 +11,12 @@ namespace Marl::Host {
 
 void TracingEvaluator::leave()
 {
+    const Value result = getResult();
+    if (heard)
+        heard(way.back().node, result);
     way.pop_back();
     if (!way.empty())
-        way.back().kinds.push_back(getResult().getValueType());
+        way.back().kinds.push_back(result.getValueType());
 }
 
 namespace {
@@ -84,7 +87,7 @@ Failure findFailure(Scene& scene, const SceneProperty& property, const Moment& m
     }
     if (const auto byte = unreadableByte(thrown.what()))
         failure.diagnostic.place = {*byte, *byte};
-    failure.diagnostic.hint = fmt::format("{}This is {} at time {}.", kinds, property.name(), numberText(moment.time));
+    failure.diagnostic.hint = fmt::format("{}({} at time {})", kinds, property.name(), numberText(moment.time));
     return failure;
 }
 

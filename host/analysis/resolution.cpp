@@ -14,7 +14,9 @@ class Resolver {
 public:
     Resolver(Scene& given, Resolution& result) : scene(given), resolution(result)
     {
-        pass.setProgram(&scene.program);
+        for (const ObjectAST* object = scene.program.firstObject; object; object = object->next)
+            bare.addObject(object->name);
+        pass.setProgram(&bare);
         pass.setParser(&scene.running);
     }
 
@@ -54,7 +56,8 @@ private:
     }
 
     // The library's pass compares an object's properties one by one, which takes minutes where one
-    // object has 100,000. What the scene has is bound by its own table; the pass says what is missing.
+    // object has 100,000. What the scene has is bound by its own table. Of what is missing the pass
+    // says so, and says it at once in a program that has the scene's objects without properties.
     void bind(PropertyReferenceAST* reference)
     {
         const std::string_view object = textOf(reference->objectName);
@@ -65,19 +68,22 @@ private:
             return;
         }
         resolution.unbound.insert(reference);
-        if (scene.reading.hasLostNames)
+        const LostNames& lost = scene.reading.lost;
+        const bool hasObject = scene.findObject(object) != nullptr;
+        if (hasObject ? lost.mayHaveProperty(std::string(property)) : lost.mayHaveObject(std::string(object)))
             return;
         try {
             reference->accept(&pass);
         } catch (const BadRefException& missing) {
             resolution.mistakes.push_back({Severity::Error, scene.placeOf(reference), missing.what(),
-                scene.findObject(object) ? scene.suggestProperty(object, property) : scene.suggestObject(object)});
+                hasObject ? scene.suggestProperty(object, property) : scene.suggestObject(object)});
         }
     }
 
     Scene& scene;
     Resolution& resolution;
     SceneProperty current;
+    ProgramAST bare;
     DecorationVisitor pass;
     std::vector<InterpolateExpressionAST*> interpolations;
 };
@@ -86,7 +92,7 @@ void findDoubledObjects(Scene& scene, std::vector<Diagnostic>& mistakes)
 {
     for (const ObjectAST* object = scene.program.firstObject; object; object = object->next) {
         const ObjectAST* first = scene.findObject(textOf(object->name));
-        if (first == object)
+        if (first == object || textOf(object->name).empty()) // a mistake took the name
             continue;
         const auto [line, column] = scene.file.lineColumn(scene.placeOf(first).begin);
         mistakes.push_back({Severity::Error, scene.placeOf(object),
@@ -103,8 +109,7 @@ Resolution resolve(Scene& scene)
     for (const SceneProperty& property : scene.properties)
         resolver.prepare(property);
     resolver.sortKeys();
-    if (!scene.reading.hasLostNames)
-        findDoubledObjects(scene, resolution.mistakes);
+    findDoubledObjects(scene, resolution.mistakes);
     findCircles(scene, resolution);
     return resolution;
 }

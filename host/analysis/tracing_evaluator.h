@@ -3,6 +3,7 @@
 
 #include <marl/marl.h>
 
+#include <functional>
 #include <vector>
 
 namespace Marl::Host {
@@ -17,6 +18,9 @@ public:
     };
 
     std::vector<Step> way;
+
+    // Told of every node that gave a value, where someone listens.
+    std::function<void(const ExpressionAST*, const Value&)> heard;
 
     // clang-format off
     void visitBinaryExpression(BinaryExpressionAST* n) override                { enter(n); CalculationVisitor::visitBinaryExpression(n); leave(); }

@@ -11,7 +11,7 @@
 
 namespace Marl::Host {
 
-enum ExitStatus { Fine = 0, SceneHasErrors = 1, WrongUsage = 2, FileFailed = 3 };
+enum ExitStatus { Fine = 0, SceneHasErrors = 1, WrongUsage = 2, FileFailed = 3, Interrupted = 130 };
 
 // A command line that asks for what there is not. The message is one line.
 class UsageError : public std::runtime_error {
@@ -23,6 +23,9 @@ public:
 // It may throw UsageError and FileError.
 void addEvalCommand(CLI::App& app, int& status);
 void addCheckCommand(CLI::App& app, int& status);
+void addDepsCommand(CLI::App& app, int& status);
+void addExplainCommand(CLI::App& app, int& status);
+void addPlotCommand(CLI::App& app, int& status);
 
 // A number as scenes write it, of the option of that name. Throws UsageError.
 double numberOption(std::string_view option, std::string_view text);

@@ -1,7 +1,9 @@
 // marl eval: the values of properties over a range of times.
 #include <host/commands/command.h>
 
-#include <host/analysis/evaluation.h>
+#include <host/commands/interrupt.h>
+#include <host/commands/prepared_scene.h>
+#include <host/commands/sampling.h>
 #include <host/commands/selection.h>
 #include <host/commands/times.h>
 #include <host/output/formats.h>
@@ -9,6 +11,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <memory>
 
 namespace Marl::Host {
@@ -34,83 +38,63 @@ struct EvalOptions {
     bool holdsKeys = false;
     std::string format = "table";
     std::string output;
+    int jobs = 1;
 };
 
-// Evaluates property by property and reports what fails.
-class Evaluation {
-public:
-    Evaluation(Scene& given, const Resolution& prepared) : scene(given), resolution(prepared) {}
+std::vector<double> listed(const Times& times)
+{
+    std::vector<double> list(times.count);
+    for (std::size_t i = 0; i < times.count; ++i)
+        list[i] = times[i];
+    return list;
+}
 
-    Track trackOf(const SceneProperty& property, const Times& times, bool holdsKeys, const Format& format)
-    {
-        Track track(property.name(), format.text);
-        std::size_t failures = 0;
-        for (std::size_t i = 0; i < times.count; ++i) {
-            const Moment moment{times[i], holdsKeys};
-            try {
-                track.add(evaluate(property, moment));
-            } catch (const Exception& thrown) {
-                track.addMissing();
-                if (failures++ == 0)
-                    report(property, moment, thrown);
-            }
-        }
-        if (failures > 1)
-            printError(fmt::format("{}: {} fails at {} of {} times; the first is shown above\n", scene.file.path(),
-                property.name(), failures, times.count));
-        anyFailed = anyFailed || failures > 0;
-        return track;
-    }
-
-    bool anyFailed = false;
-
-private:
-    // What a missing name or a circle of references leads to is no news.
-    void report(const SceneProperty& property, const Moment& moment, const Exception& thrown)
-    {
-        const Failure failure = findFailure(scene, property, moment, thrown);
-        const auto* reference = dynamic_cast<PropertyReferenceAST*>(failure.innermost);
-        const bool isKnown = reference && (resolution.unbound.contains(reference) || resolution.inCircle.contains(failure.in));
-        if (isKnown)
-            printError(fmt::format("{}: {} is left out: it needs what the message above is about\n", scene.file.path(), property.name()));
-        else
-            printError(describe(failure.diagnostic, scene.file));
-    }
-
-    Scene& scene;
-    const Resolution& resolution;
-};
+// Threads may still be at work on the scene, so nothing is given back.
+[[noreturn]] void endInterrupted(std::size_t finished, std::size_t all)
+{
+    printError(fmt::format("marl: interrupted; {} of {} times are finished\n", finished, all));
+    std::_Exit(Interrupted);
+}
 
 int runEval(const EvalOptions& options)
 {
-    const Times times = parseTimes(options.times);
+    Times times = parseTimes(options.times);
     const Format& format = *std::ranges::find(formats, options.format, &Format::name);
 
-    Scene scene(options.file);
-    const Resolution resolution = resolve(scene);
-    std::vector<Diagnostic> mistakes = scene.reading.mistakes;
-    mistakes.insert(mistakes.end(), resolution.mistakes.begin(), resolution.mistakes.end());
-    sortByPlace(mistakes);
-    for (const Diagnostic& mistake : mistakes)
-        printError(describe(mistake, scene.file));
-    if (!scene.reading.mistakes.empty())
+    PreparedScene prepared(options.file);
+    if (!prepared.isWhole())
         return SceneHasErrors;
-
+    Scene& scene = prepared.scene;
     const std::vector<SceneProperty> selected = selectProperties(scene, options.names);
     requireSensibleWork(times, selected.size());
+
+    const InterruptWatch watch;
     // Opened before the work is done, which may be long.
     const auto output = options.output.empty() ? std::make_unique<Output>() : std::make_unique<Output>(options.output);
-    Evaluation evaluation(scene, resolution);
-    std::vector<Track> tracks;
-    for (const SceneProperty& property : selected)
-        tracks.push_back(evaluation.trackOf(property, times, options.holdsKeys, format));
-    format.write(*output, times, tracks);
-    output->finish();
-    return evaluation.anyFailed || !mistakes.empty() ? SceneHasErrors : Fine;
+    const std::vector<double> moments = listed(times);
+    Sampling sampling(selected, moments, options.holdsKeys, format.text);
+    sampling.run(options.jobs);
+    times.count = sampling.finished;
+    bool anyFailed = prepared.hasMistakes;
+    for (std::size_t i = 0; i < selected.size(); ++i) {
+        reportFailures(scene, prepared.resolution, selected[i], options.holdsKeys, sampling.failures[i], times.count);
+        anyFailed = anyFailed || sampling.failures[i].count > 0;
+    }
+    const bool isWhole = times.count == moments.size();
+    if (isWhole || times.count > 0) {
+        format.write(*output, times, sampling.tracks);
+        output->finish();
+    }
+    if (watch.isInterrupted())
+        endInterrupted(times.count, moments.size());
+    return anyFailed ? SceneHasErrors : Fine;
 }
 
 constexpr const char* footer = R"(Properties are named object.property, or object.* for all of an object; without a
 name all are shown. Names that are no plain words stand in back-quotes.
+
+Ctrl-C ends the work early: the times that are finished are written, to the file of -o too, and the
+exit status is 130.
 
 Examples:
   marl eval road.scene
@@ -127,11 +111,14 @@ void addEvalCommand(CLI::App& app, int& status)
     command->add_option("PROPERTY", options->names, "What to evaluate")->type_name("");
     addTimeOptions(*command, options->times);
     command->add_flag("--hold", options->holdsKeys, "Hold the earlier key's value instead of blending");
-    command->add_option("--format", options->format, "table, csv or json")
+    command->add_option("--format", options->format, "table, csv or json; table unless given")
         ->check(CLI::IsMember({"table", "csv", "json"}))
-        ->type_name("");
+        ->type_name("FORMAT");
     command->add_option("-o,--output", options->output, "Write to this file; it is replaced only when all is written")
         ->type_name("FILE");
+    command->add_option("--jobs", options->jobs, "So many threads, 1 unless given; the results are the same")
+        ->check(CLI::Range(1, 256))
+        ->type_name("N");
     command->footer(footer);
     command->callback([options, &status] { status = runEval(*options); });
 }

@@ -34,9 +34,28 @@ extern "C" void reportTruncatedFile(int)
 constexpr const char* footer = R"(Examples:
   marl eval road.scene --from 0 --to 10 --step 5
   marl check shot.scene
+  marl explain shot.scene lamp.light --time 12
 
 `marl COMMAND --help` tells more of each. The exit status is 0 when all is fine, 1 when a scene has
-errors, 2 for wrong usage, 3 when a file cannot be read or written.)";
+errors, 2 for wrong usage, 3 when a file cannot be read or written, 130 after Ctrl-C.)";
+
+// Shows what an option takes by one word; the sentence behind it says the rest.
+class HelpLayout final : public CLI::Formatter {
+public:
+    HelpLayout()
+    {
+        label("SUBCOMMAND", "COMMAND");
+        label("Subcommands", "Commands");
+        label("Positionals", "Arguments");
+    }
+
+    std::string make_option_opts(const CLI::Option* option) const override
+    {
+        const std::string type = option->get_type_name();
+        const std::string word = type.substr(0, type.find(':')); // behind it stand the values it may have
+        return word.empty() ? "" : ' ' + word;
+    }
+};
 
 int fail(ExitStatus status, std::string_view message)
 {
@@ -55,11 +74,16 @@ int runTool(int count, char** arguments)
     CLI::App app("Computes the values of a scene's expressions.", "marl");
     int status = Fine;
     try {
-        app.set_version_flag("--version", "marl " MARL_VERSION);
+        app.formatter(std::make_shared<HelpLayout>());
+        app.set_help_flag("-h,--help", "Show this help");
+        app.set_version_flag("--version", "marl " MARL_VERSION, "Show the version");
         app.require_subcommand(1);
         app.footer(footer);
         addEvalCommand(app, status);
         addCheckCommand(app, status);
+        addDepsCommand(app, status);
+        addExplainCommand(app, status);
+        addPlotCommand(app, status);
         app.parse(count, arguments);
         return status;
     } catch (const CLI::ParseError& asked) {

@@ -23,6 +23,21 @@ void Track::addMissing()
     samples.push_back({missing, 0, 0});
 }
 
+void Track::append(const Track& other, std::size_t index)
+{
+    Sample sample = other.samples[index];
+    if (componentsOf(sample.kind).empty()) {
+        const std::string_view text = other.textAt(index);
+        sample.begin = texts.size();
+        texts += text;
+    } else {
+        const std::span<const double> given = other.numbersAt(index);
+        sample.begin = numbers.size();
+        numbers.insert(numbers.end(), given.begin(), given.end());
+    }
+    samples.push_back(sample);
+}
+
 std::span<const double> Track::numbersAt(std::size_t index) const
 {
     const Sample& sample = samples[index];

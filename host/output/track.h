@@ -30,6 +30,8 @@ public:
     // Throws what the text function throws, and then nothing was added.
     void add(const Value& value);
     void addMissing();
+    // The other's value at the index, or that it is missing.
+    void append(const Track& other, std::size_t index);
 
     // The kind of the value at the index, or `missing`.
     int kindAt(std::size_t index) const { return samples[index].kind; }

@@ -53,6 +53,11 @@ std::string blanksFor(std::string_view text)
 
 } // namespace
 
+std::string_view severityName(Severity severity)
+{
+    return severity == Severity::Error ? "error" : "warning";
+}
+
 std::string sentence(const Diagnostic& diagnostic)
 {
     if (diagnostic.hint.empty())
@@ -71,7 +76,7 @@ std::string describe(const Diagnostic& diagnostic, SceneFile& file)
     const Excerpt excerpt = excerptAt(diagnostic.place, file);
     const std::size_t width = utf8Characters(excerpt.marked).size();
     return fmt::format("{}:{}:{}: {}: {}\n{}{}{}\n{}^{}\n", file.path(), line, column,
-        diagnostic.severity == Severity::Error ? "error" : "warning", printable(sentence(diagnostic)),
+        severityName(diagnostic.severity), printable(sentence(diagnostic)),
         printable(excerpt.before), printable(excerpt.marked), printable(excerpt.after), blanksFor(excerpt.before),
         std::string(width > 1 ? width - 1 : 0, '~'));
 }

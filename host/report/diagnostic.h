@@ -4,11 +4,14 @@
 #include <host/scene/scene_file.h>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Marl::Host {
 
 enum class Severity { Error, Warning };
+
+std::string_view severityName(Severity severity);
 
 struct Diagnostic {
     Severity severity = Severity::Error;

@@ -23,6 +23,7 @@ struct Reading {
     MappedText& mapped;
     SyntaxMistakes& mistakes;
     TreeBuilder& tree;
+    LostNames& lost;
     Span brace = {}; // that opened the object
 };
 
@@ -217,15 +218,18 @@ struct sum_operand    : term {};
 struct sum_tail       : p::seq<p::at<p::one<'+', '-'>>, sign, blanks, p::must<sum_operand>> {};
 struct value          : p::seq<term, p::star<sum_tail>> {};
 
-// Recovery: what belongs to a broken statement is skipped.
+// Recovery: what belongs to a broken statement is skipped, and names that it may have given are noted.
+struct lost_name      : p::seq<name_pattern, p::at<blanks, p::one<'='>>> {};
+struct lost_names     : p::star<p::sor<lost_name, p::plus<p::identifier_other>, p::any>> {};
 struct skipped_text   : p::seq<p::at<p::one<'"', '\''>>, text> {};
-struct skipped        : p::sor<skipped_text, comment, p::plus<p::identifier_other>, p::any> {};
+struct skipped        : p::sor<skipped_text, comment, lost_name, p::plus<p::identifier_other>, p::any> {};
 struct skipped_end    : p::sor<p::eof, p::one<';', '}'>, p::seq<line_start, next_statement>> {};
 struct text_ends      : p::eof {};
 struct lost_property  : p::seq<resume, p::star<p::not_at<skipped_end>, skipped>, p::opt<p::one<';'>>, p::opt<text_ends>> {};
 struct lost_statement : p::seq<resume, p::star<p::not_at<skipped_end>, skipped>, p::opt<p::one<';', '}'>>, p::opt<text_ends>> {};
 struct no_body        : p::success {};
 struct lost_head      : p::seq<resume, p::star<p::not_at<p::sor<skipped_end, brace_open>>, skipped>, p::sor<p::at<brace_open>, no_body>> {};
+struct lost_object_name : lost_head {};
 
 template <typename Rule, typename Otherwise>
 struct attempt        : p::sor<p::try_catch_type<StatementLost, Rule>, Otherwise> {};
@@ -240,16 +244,17 @@ struct property       : p::seq<p::must<property_name>, blanks, p::must<equals>, 
 
 struct object_name    : name {};
 struct misspelt_word  : p::seq<p::at<plain_pattern, blanks, name_pattern, blanks, brace_open>, plain_pattern> {};
-struct object_head    : attempt<p::must<object_name>, lost_head> {};
 struct no_brace       : p::at<p::sor<property_pattern, brace_close>> {};
 struct object_open    : p::sor<brace_open, no_brace> {};
 struct object_end     : p::sor<p::at<p::eof>, p::at<object_pattern>> {};
 struct object_body    : p::star<p::not_at<p::sor<brace_close, object_end>>, attempt<property, lost_property>, blanks> {};
-struct object         : p::seq<p::sor<word_object, misspelt_word>, blanks, object_head, blanks, p::must<object_open>, blanks,
+struct object         : p::seq<p::sor<word_object, misspelt_word>, blanks, attempt<p::must<object_name>, lost_object_name>, blanks,
+                               attempt<p::must<object_open>, p::seq<lost_head, brace_open>>, blanks,
                                object_body, p::sor<brace_close, object_end>> {};
 
 struct stray_brace    : brace_close {};
-struct stray_property : property_pattern {};
+struct stray_name     : lost_name {};
+struct stray_property : p::seq<stray_name, blanks, p::one<'='>> {};
 struct statement      : p::sor<stray_brace, stray_property, p::must<object>> {};
 
 struct version        : p::plus<p::digit> {};
@@ -368,9 +373,9 @@ template <> struct Action<sign>                : build<&TreeBuilder::sign> {};
 template <> struct Action<product_tail>        : build<&TreeBuilder::combine> {};
 template <> struct Action<sum_tail>            : build<&TreeBuilder::combine> {};
 template <> struct Action<property_name>       : build<&TreeBuilder::beginProperty> {};
-template <> struct Action<object_head>         : build<&TreeBuilder::beginObject> {};
-template <> struct Action<lost_property>       : build<&TreeBuilder::giveUpProperty> {};
-template <> struct Action<lost_statement>      : build<&TreeBuilder::loseNames> {};
+template <> struct Action<object_name>         : build<&TreeBuilder::beginObject> {};
+template <> struct Action<lost_property>       : build<&TreeBuilder::giveUpStatement> {};
+template <> struct Action<lost_statement>      : build<&TreeBuilder::giveUpStatement> {};
 // clang-format on
 
 template <>
@@ -415,14 +420,33 @@ struct Action<end_left_out> {
     }
 };
 
-// Perhaps it is no text: the quote that ends it may belong to the mistake.
+template <>
+struct Action<lost_name> {
+    template <typename In>
+    static void apply(const In& in, Reading& reading)
+    {
+        const std::string_view found = in.string_view();
+        reading.lost.names.emplace(found.starts_with('`') ? found.substr(1, found.size() - 2) : found);
+    }
+};
+
+// Perhaps it is no text: the quote that begins it may have been meant to end one.
 template <>
 struct Action<skipped_text> {
     template <typename In>
     static void apply(const In& in, Reading& reading)
     {
-        if (in.string_view().find(';') != std::string_view::npos)
-            reading.tree.loseNames();
+        Input inside(in.begin(), in.end(), "");
+        p::parse<lost_names, Action>(inside, reading);
+    }
+};
+
+template <>
+struct Action<lost_object_name> {
+    static void apply0(Reading& reading)
+    {
+        reading.lost.anObject = true;
+        reading.tree.beginNameless();
     }
 };
 
@@ -437,11 +461,11 @@ struct Action<misspelt_word> {
 
 template <>
 struct Action<no_brace> {
-    template <typename In>
-    static void apply(const In& in, Reading& reading)
+    static void apply0(Reading& reading)
     {
-        reading.brace = placeOf(in);
-        reading.mistakes.note(placeOf(in), complaint<object_open>.text);
+        const std::int64_t end = reading.tree.endOfObjectName();
+        reading.brace = {end, end};
+        reading.mistakes.note(reading.brace, complaint<object_open>.text);
     }
 };
 
@@ -567,18 +591,17 @@ ReadResult readScene(SceneFile& file, ProgramAST& program, PlaceTable& places)
     ReadResult result;
     SyntaxMistakes mistakes(mapped.text(), result.mistakes);
     TreeBuilder tree(file, program, places, mistakes);
-    Reading reading{mapped, mistakes, tree};
+    Reading reading{mapped, mistakes, tree, result.lost};
     Input in(mapped.text().data(), mapped.text().size(), "");
     // A level of brackets takes up to 7 KB of stack in an instrumented build.
     runOnDeepStack([&] {
         try {
             p::parse<scene, Action, Control>(in, reading);
         } catch (const ReadingEnds&) {
-            tree.loseNames();
+            result.lost.anything = true;
         }
     });
     places.seal();
-    result.hasLostNames = tree.hasLostNames();
     return result;
 }
 

@@ -42,28 +42,30 @@ PropertyAST* Scene::findProperty(std::string_view object, std::string_view prope
 std::string Scene::suggestObject(std::string_view wrong)
 {
     std::vector<std::string_view> names;
-    for (const ObjectAST* object = program.firstObject; object; object = object->next)
-        names.push_back(textOf(object->name));
-    return suggest(wrong, names);
+    if (maySuggestFrom(objects.size()))
+        for (const ObjectAST* object = program.firstObject; object; object = object->next)
+            names.push_back(textOf(object->name));
+    return didYouMean(wrong, names);
 }
 
 std::string Scene::suggestProperty(std::string_view object, std::string_view wrong)
 {
     std::vector<std::string_view> names;
-    if (const ObjectAST* owner = findObject(object))
-        for (const PropertyAST* property = owner->firstProperty; property; property = property->next)
+    const auto owner = objects.find(object);
+    if (owner != objects.end() && maySuggestFrom(owner->second.properties.size()))
+        for (const PropertyAST* property = owner->second.object->firstProperty; property; property = property->next)
             names.push_back(textOf(property->name));
-    return suggest(wrong, names);
+    return didYouMean(wrong, names);
 }
 
-// A scene of 100,000 objects may have as many wrong references. The first some hundred get
-// suggestions, which is more than anyone reads.
-std::string Scene::suggest(std::string_view wrong, const std::vector<std::string_view>& names)
+// A scene of 100,000 properties may have as many wrong references. The first of them get
+// suggestions, more than anyone reads.
+bool Scene::maySuggestFrom(std::size_t names)
 {
-    if (names.size() > suggestionsLeft)
-        return {};
-    suggestionsLeft -= names.size();
-    return didYouMean(wrong, names);
+    if (names > suggestionsLeft)
+        return false;
+    suggestionsLeft -= names;
+    return true;
 }
 
 } // namespace Marl::Host

@@ -48,7 +48,7 @@ private:
         ObjectAST* object = nullptr;
         std::unordered_map<std::string_view, PropertyAST*> properties;
     };
-    std::string suggest(std::string_view wrong, const std::vector<std::string_view>& names);
+    bool maySuggestFrom(std::size_t names);
 
     std::unordered_map<std::string_view, Named> objects;
     std::size_t suggestionsLeft; // names that may still be compared

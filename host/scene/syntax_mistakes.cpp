@@ -58,8 +58,19 @@ void SyntaxMistakes::complain(const Complaint& complaint, std::int64_t offset, c
     else if (complaint.expected == Complaint::Value && !atEnd && std::string_view(",)]:=*/").find(at(offset)) == std::string_view::npos)
         note(here, fmt::format("{} begins no value", quoted(here)), hintFor(complaint, offset, open));
     else
-        note({offset, offset}, complaint.text, hintFor(complaint, offset, open));
+        note(missingAt(complaint, offset, atEnd), complaint.text, hintFor(complaint, offset, open));
     throw StatementLost();
+}
+
+// What is missing at the end of a line is missing there, not where the next line begins.
+Span SyntaxMistakes::missingAt(const Complaint& complaint, std::int64_t offset, bool atEnd) const
+{
+    const bool isMissing = complaint.expected == Complaint::Equals || (complaint.expected == Complaint::Value && atEnd);
+    std::int64_t end = offset;
+    while (end > 0 && std::string_view(" \t\r\n").find(at(end - 1)) != std::string_view::npos)
+        --end;
+    const bool crossesLines = textAt({end, offset}).find('\n') != std::string_view::npos;
+    return isMissing && crossesLines ? Span{end, end} : Span{offset, offset};
 }
 
 std::string SyntaxMistakes::hintFor(const Complaint& complaint, std::int64_t offset, const Bracket* open) const

@@ -64,6 +64,7 @@ public:
 private:
     char at(std::int64_t offset) const;
     std::string_view textAt(Span place) const;
+    Span missingAt(const Complaint& complaint, std::int64_t offset, bool atEnd) const;
     std::string hintFor(const Complaint& complaint, std::int64_t offset, const Bracket* open) const;
 
     std::string_view text;

@@ -25,6 +25,12 @@ void TreeBuilder::beginObject()
     places.note(object, objectName.place);
 }
 
+void TreeBuilder::beginNameless()
+{
+    objectName = {};
+    object = program.addObject("");
+}
+
 void TreeBuilder::beginProperty()
 {
     propertyName = takeName();
@@ -38,12 +44,10 @@ void TreeBuilder::endProperty()
     isInProperty = false;
 }
 
-void TreeBuilder::giveUpProperty()
+void TreeBuilder::giveUpStatement()
 {
     if (isInProperty)
         places.note(object->addProperty(propertyName.text.c_str(), nullptr), propertyName.place);
-    else
-        namesLost = true;
     isInProperty = false;
     names.clear();
     operands.clear();
@@ -53,10 +57,6 @@ void TreeBuilder::giveUpProperty()
 
 TreeBuilder::Name TreeBuilder::takeName()
 {
-    if (names.empty()) {
-        namesLost = true;
-        return {};
-    }
     Name taken = std::move(names.back());
     names.pop_back();
     return taken;
@@ -248,7 +248,7 @@ bool TreeBuilder::isCallable(const Name& called, const std::vector<Operand>& val
 {
     const Word* word = findWord(called.text);
     if (word && word->use == Word::Data) {
-        mistakes.note(called.place, fmt::format("{0} takes square brackets: {0}[...]", called.text));
+        mistakes.note(called.place, fmt::format("`{0}` takes square brackets: {0}[...]", called.text));
         return false;
     }
     if (!word || !word->takesRoundBrackets()) {

@@ -25,11 +25,10 @@ public:
     void beginObject();
     void beginProperty();
     void endProperty();
-    void giveUpProperty(); // keeps its name, so that references to it are no further mistakes
+    void giveUpStatement(); // keeps a property's name, so that references to it are no further mistakes
 
-    // Whether a mistake hid a name, so that what refers to it cannot be judged.
-    bool hasLostNames() const { return namesLost; }
-    void loseNames() { namesLost = true; }
+    // The object's name was lost to a mistake.
+    void beginNameless();
 
     // A name, or the word before a bracket, for the rule that ends next.
     void name(Span place, std::string_view text) { names.push_back({std::string(text), place}); }
@@ -64,6 +63,7 @@ public:
     void negate(Span place);
 
     const Bracket* innermostBracket() const { return brackets.empty() ? nullptr : &brackets.back().bracket; }
+    std::int64_t endOfObjectName() const { return objectName.place.end; }
     std::int64_t endOfValue() const { return operands.back().place.end; }
 
     SyntaxMistakes& mistakes;
@@ -105,7 +105,7 @@ private:
 
     ObjectAST* object = nullptr;
     Name objectName, propertyName;
-    bool isInProperty = false, namesLost = false;
+    bool isInProperty = false;
     std::uint32_t samples = 0; // drawn for the property so far
 
     std::vector<Name> names;

@@ -1,0 +1,80 @@
+#include <host/analysis/check.h>
+
+#include <host/analysis/children.h>
+#include <host/analysis/data_check.h>
+#include <host/analysis/visit_count.h>
+#include <host/output/value_text.h>
+#include <host/scene/names.h>
+
+#include <fmt/format.h>
+
+namespace Marl::Host {
+
+namespace {
+
+constexpr std::uint64_t manyVisits = 1'000'000;
+
+std::string placeText(Scene& scene, const void* thing)
+{
+    const auto [line, column] = scene.file.lineColumn(scene.placeOf(thing).begin);
+    return fmt::format("{}:{}", line, column);
+}
+
+void warnOfDoubledName(Scene& scene, const SceneProperty& property, std::vector<Diagnostic>& warnings)
+{
+    const PropertyAST* first = scene.findProperty(textOf(property.object->name), textOf(property.property->name));
+    const bool isHidden = first != property.property && scene.findObject(textOf(property.object->name)) == property.object;
+    if (isHidden)
+        warnings.push_back({Severity::Warning, scene.placeOf(property.property),
+            fmt::format("there is a property of this name already, at {}", placeText(scene, first)),
+            "References find the first."});
+}
+
+void warnOfDoubledKeys(Scene& scene, const SceneProperty& property, std::vector<Diagnostic>& warnings)
+{
+    walk(property.property->expression, [&](ExpressionAST* node) {
+        const auto* interpolation = dynamic_cast<InterpolateExpressionAST*>(node);
+        if (!interpolation)
+            return;
+        const auto& [times, keys, nesting] = interpolation->constantTimes();
+        for (std::size_t i = 1; i < times.size(); ++i)
+            if (times[i] == times[i - 1])
+                warnings.push_back({Severity::Warning, scene.placeOf(keys[i]),
+                    fmt::format("there is a key at time {} already, at {}", numberText(times[i]), placeText(scene, keys[i - 1]))});
+    });
+}
+
+void warnOfEndlessWork(Scene& scene, const SceneProperty& property, VisitCounter& counter, std::vector<Diagnostic>& warnings)
+{
+    const std::uint64_t visits = counter.visitsOf(property.property);
+    if (visits > manyVisits)
+        warnings.push_back({Severity::Warning, scene.placeOf(property.property),
+            fmt::format("evaluating {} visits {} nodes, because references are evaluated afresh each time", property.name(),
+                visits < VisitCounter::countless ? fmt::format("up to {}", visits) : "more than 10^18")});
+}
+
+} // namespace
+
+std::vector<Diagnostic> mistakesOf(const Scene& scene, const Resolution& resolution)
+{
+    std::vector<Diagnostic> mistakes = scene.reading.mistakes;
+    mistakes.insert(mistakes.end(), resolution.mistakes.begin(), resolution.mistakes.end());
+    sortByPlace(mistakes);
+    return mistakes;
+}
+
+std::vector<Diagnostic> checkScene(Scene& scene)
+{
+    std::vector<Diagnostic> all = mistakesOf(scene, resolve(scene));
+    checkData(scene, all);
+    VisitCounter counter;
+    for (const SceneProperty& property : scene.properties) {
+        warnOfDoubledName(scene, property, all);
+        warnOfDoubledKeys(scene, property, all);
+        warnOfEndlessWork(scene, property, counter, all);
+    }
+    sortByPlace(all);
+    return all;
+}
+
+} // namespace Marl::Host

@@ -1,0 +1,150 @@
+#include <host/analysis/explanation.h>
+
+#include <host/analysis/children.h>
+#include <host/analysis/tracing_evaluator.h>
+
+#include <fmt/format.h>
+
+#include <unordered_map>
+
+namespace Marl::Host {
+
+namespace {
+
+constexpr std::size_t mostParts = 20; // below one part
+constexpr int deepest = 30;
+
+bool isPlainNumber(ExpressionAST* node)
+{
+    const auto* negated = dynamic_cast<NegatedExpressionAST*>(node);
+    return dynamic_cast<NumberExpressionAST*>(negated ? negated->operand : node) != nullptr;
+}
+
+class Explainer {
+public:
+    explicit Explainer(const Scene& given) : scene(given) {}
+
+    void run(ExpressionAST* expression, const Moment& moment)
+    {
+        tracer.setTimeParam(moment.time);
+        tracer.setDontInterpolate(moment.holdsKeys ? 1 : 0);
+        tracer.heard = [this](const ExpressionAST* node, const Value& value) { values.insert_or_assign(node, value); };
+        try {
+            expression->accept(&tracer);
+        } catch (const Exception& thrown) {
+            message = thrown.what();
+        }
+        add({expression, scene.places.find(expression)}, 0, tracer.way.empty() ? nullptr : &tracer.way.front());
+    }
+
+    std::vector<ExplainedPart> parts;
+
+private:
+    using Step = TracingEvaluator::Step;
+    struct Part {
+        ExpressionAST* node;
+        std::optional<Span> place;
+    };
+
+    // The step is that of the part on the way to the failure, or null for one beside it.
+    void add(const Part& part, int level, const Step* step)
+    {
+        const bool fails = step && step == &tracer.way.back();
+        if (level == deepest && step && !fails) {
+            addRemark(level, "deeper parts are left out up to the one that fails");
+            const Step& last = tracer.way.back();
+            add({last.node, scene.places.find(last.node)}, level, &last);
+            return;
+        }
+
+        const auto* reference = dynamic_cast<PropertyReferenceAST*>(part.node);
+        ExplainedPart shown{level, part.place, valueOf(part.node), {}, fails, reference};
+        if (step) {
+            shown.value.reset(); // of an earlier visit, in a circle
+            shown.remark = fails ? message : "needs what fails below";
+        } else if (!shown.value) {
+            shown.remark = "not evaluated";
+        }
+        parts.push_back(shown);
+        addBelow(part.node, level + 1, step && !fails ? step + 1 : nullptr);
+    }
+
+    // The next step of the way to the failure is below this node, but maybe not in its text: the way
+    // goes on in the property that a reference names, or in the element of a list elsewhere.
+    void addBelow(ExpressionAST* node, int level, const Step* next)
+    {
+        std::vector<Part> below;
+        const std::size_t others = collectBelow(node, next, below);
+        if (level > deepest) {
+            if (!below.empty())
+                addRemark(level, "deeper parts are left out");
+            return;
+        }
+        std::size_t leftOut = 0;
+        for (std::size_t i = 0; i < below.size(); ++i) {
+            const bool isNext = next && below[i].node == next->node;
+            if (i < mostParts || isNext)
+                add(below[i], level, isNext ? std::exchange(next, nullptr) : nullptr);
+            else
+                ++leftOut;
+        }
+        if (next)
+            add({next->node, scene.places.find(next->node)}, level, next);
+        if (leftOut > 0)
+            addRemark(level, fmt::format("{} more parts", leftOut));
+        if (others > 0)
+            addRemark(level, fmt::format("{} other {}", others, others == 1 ? "key" : "keys"));
+    }
+
+    // Returns how many keys are not in use.
+    std::size_t collectBelow(ExpressionAST* node, const Step* next, std::vector<Part>& below)
+    {
+        const auto isMet = [&](ExpressionAST* met) { return values.contains(met) || (next && next->node == met); };
+        const auto addUnlessPlain = [&](ExpressionAST* child) {
+            if (!isPlainNumber(child))
+                below.push_back({child, scene.places.find(child)});
+        };
+        const auto* interpolation = dynamic_cast<InterpolateExpressionAST*>(node);
+        if (!interpolation) {
+            std::vector<ExpressionAST*> children;
+            appendChildren(node, children);
+            for (ExpressionAST* child : children)
+                addUnlessPlain(child);
+            return 0;
+        }
+        std::size_t others = 0;
+        for (const InterpolateKey* key = interpolation->firstKey; key; key = key->next) {
+            if (isMet(key->time))
+                addUnlessPlain(key->time);
+            if (isMet(key->value))
+                below.push_back({key->value, scene.places.find(key)});
+            else
+                ++others;
+        }
+        return others;
+    }
+
+    void addRemark(int level, std::string text) { parts.push_back({level, {}, {}, std::move(text)}); }
+
+    std::optional<Value> valueOf(const ExpressionAST* node) const
+    {
+        const auto found = values.find(node);
+        return found == values.end() ? std::nullopt : std::optional(found->second);
+    }
+
+    const Scene& scene;
+    TracingEvaluator tracer;
+    std::unordered_map<const ExpressionAST*, Value> values;
+    std::string message;
+};
+
+} // namespace
+
+std::vector<ExplainedPart> explain(const Scene& scene, const SceneProperty& property, const Moment& moment)
+{
+    Explainer explainer(scene);
+    explainer.run(property.property->expression, moment);
+    return std::move(explainer.parts);
+}
+
+} // namespace Marl::Host

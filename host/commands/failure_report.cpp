@@ -1,0 +1,51 @@
+#include <host/commands/failure_report.h>
+
+#include <host/analysis/evaluation.h>
+#include <host/commands/command.h>
+
+#include <fmt/format.h>
+
+namespace Marl::Host {
+
+namespace {
+
+void reportFirst(Scene& scene, const Resolution& resolution, const SceneProperty& property, const Moment& moment,
+                 const Exception& thrown)
+{
+    const Failure failure = findFailure(scene, property, moment, thrown);
+    const auto* reference = dynamic_cast<PropertyReferenceAST*>(failure.innermost);
+    const bool isKnown =
+        reference && (resolution.unbound.contains(reference) || resolution.inCircle.contains(failure.in));
+    if (isKnown)
+        printError(fmt::format("{}: {} is left out: it needs what the message above is about\n", scene.file.path(),
+                               property.name()));
+    else
+        printError(describe(failure.diagnostic, scene.file));
+}
+
+} // namespace
+
+void Failures::add(const Failures& later)
+{
+    if (count == 0)
+        *this = later;
+    else
+        count += later.count;
+}
+
+void reportFailures(Scene& scene, const Resolution& resolution, const SceneProperty& property, bool holdsKeys,
+                    const Failures& failures, std::size_t times)
+{
+    if (failures.count == 0)
+        return;
+    try {
+        std::rethrow_exception(failures.first);
+    } catch (const Exception& thrown) {
+        reportFirst(scene, resolution, property, {failures.firstTime, holdsKeys}, thrown);
+    }
+    if (failures.count > 1)
+        printError(fmt::format("{}: {} fails at {} of {} times; the first is shown above\n", scene.file.path(),
+                               property.name(), failures.count, times));
+}
+
+} // namespace Marl::Host
