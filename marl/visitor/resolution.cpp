@@ -113,7 +113,6 @@ void DecorationVisitor::visitListExpression(ListExpressionAST* node)
 
 void DecorationVisitor::visitArrayExpressionAST(ArrayExpressionAST* node)
 {
-    const Level level(*this);
     walk(node->target);
     for (ExpressionAST* index : node->indices)
         walk(index);

@@ -1,0 +1,128 @@
+// Shared text, shared arrays and the plain records.
+#include <marl/value/char_string.h>
+#include <marl/value/ptr_array.h>
+#include <marl/value/records.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+
+namespace Marl::Tests {
+namespace {
+
+const char* textOf(const CharString& string)
+{
+    return string;
+}
+
+TEST(CharString, TellsNoTextFromEmptyText)
+{
+    EXPECT_EQ(textOf(CharString()), nullptr);
+    EXPECT_EQ(textOf(CharString(nullptr)), nullptr);
+    EXPECT_STREQ(textOf(CharString("")), "");
+    EXPECT_FALSE(CharString() == CharString(""));
+    EXPECT_FALSE(CharString("") == static_cast<const char*>(nullptr));
+    EXPECT_TRUE(CharString() == CharString(nullptr));
+    EXPECT_TRUE(CharString("a") == "a");
+}
+
+TEST(CharString, SharesUntilItIsWritten)
+{
+    const CharString first("text");
+    CharString second(first), third;
+    third = second;
+    EXPECT_EQ(textOf(first), textOf(second));
+    EXPECT_EQ(textOf(first), textOf(third));
+    second = "other";
+    third = nullptr;
+    EXPECT_STREQ(first, "text");
+    EXPECT_STREQ(second, "other");
+    EXPECT_EQ(textOf(third), nullptr);
+    EXPECT_NE(textOf(first.clone()), textOf(first));
+    EXPECT_STREQ(first.clone(), "text");
+}
+
+TEST(CharString, TakesTextFromAnywhere)
+{
+    const struct {
+        const char* before;
+        const char* assigned;
+    } rows[] = {{nullptr, "a"}, {"a", "abc"},       {"abc", "a"},    {"abc", ""},
+                {"", ""},       {nullptr, nullptr}, {"abc", nullptr}};
+    for (const auto& [before, assigned] : rows)
+        for (const bool isShared : {false, true}) {
+            CharString string(before);
+            const CharString sharer = isShared ? string : CharString();
+            EXPECT_EQ(&(string = assigned), &string);
+            EXPECT_STREQ(string, assigned);
+            EXPECT_STREQ(sharer, isShared ? before : nullptr);
+        }
+}
+
+TEST(CharString, MayBeAssignedFromItself)
+{
+    for (const bool isShared : {false, true}) {
+        CharString string("0123456789");
+        const CharString sharer = isShared ? string : CharString();
+        string = textOf(string) + 3;
+        EXPECT_STREQ(string, "3456789");
+        CharString& same = string;
+        string = same;
+        string = std::move(same);
+        EXPECT_STREQ(string, "3456789");
+        EXPECT_STREQ(sharer, isShared ? "0123456789" : nullptr);
+    }
+}
+
+TEST(PtrArray, SharesByCountUntilGivenUp)
+{
+    PtrArray<float> first;
+    EXPECT_EQ(first.data, nullptr);
+    EXPECT_EQ(first.shared, nullptr);
+    EXPECT_EQ(first.count, 0);
+    first.allocArray(3);
+    EXPECT_EQ(first.data[0] + first.data[1] + first.data[2], 0);
+    EXPECT_EQ(first.shared->refCount, 1);
+
+    PtrArray<float> second(first), third;
+    third = second;
+    EXPECT_EQ(third.data, first.data);
+    EXPECT_EQ(third.count, 3);
+    EXPECT_EQ(first.shared->refCount, 3);
+    PtrArray<float> fourth(std::move(third));
+    EXPECT_EQ(third.data, nullptr);
+    EXPECT_EQ(first.shared->refCount, 3);
+    second.allocArray(1); // gives up what it held
+    EXPECT_EQ(first.shared->refCount, 2);
+    second = first;
+    EXPECT_EQ(first.shared->refCount, 3);
+
+    second.freeMem();
+    second.freeMem();
+    fourth.freeMem();
+    EXPECT_EQ(first.shared->refCount, 1);
+    first.freeMem();
+    EXPECT_EQ(first.count, 0);
+    first.allocArray(-1);
+    EXPECT_EQ(first.count, 0);
+    EXPECT_EQ(first.shared->refCount, 1);
+    first.freeMem();
+}
+
+TEST(Records, AMatrixOfANumberHasItOnTheDiagonal)
+{
+    EXPECT_EQ(Matrix(-7), Matrix({-7, 0, 0}, {0, -7, 0}, {0, 0, -7}));
+    EXPECT_EQ(ID_mat, Matrix({1, 0, 0}, {0, 1, 0}, {0, 0, 1}));
+    EXPECT_EQ(ZERO_mat, Matrix());
+}
+
+TEST(Records, LookupMasksFollowTheBitsOfTheirIndex)
+{
+    for (unsigned i = 0; i < 16; ++i)
+        for (unsigned lane = 0; lane < 4; ++lane)
+            EXPECT_EQ(_mm_lookupmask_ps[i][lane], (i >> lane & 1) != 0 ? 0xFFFFFFFFu : 0u) << i << " " << lane;
+}
+
+} // namespace
+} // namespace Marl::Tests
