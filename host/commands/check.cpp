@@ -110,9 +110,9 @@ void addCheckCommand(CLI::App& app, int& status)
     CLI::App* command = app.add_subcommand("check", "Show all mistakes of scenes");
     const auto options = std::make_shared<CheckOptions>();
     command->add_option("FILE", options->files, "The scenes")->required()->type_name("");
-    command->add_option("--format", options->format, "text, or json for editors")
+    command->add_option("--format", options->format, "text, or json for editors; text unless given")
         ->check(CLI::IsMember({"text", "json"}))
-        ->type_name("");
+        ->type_name("FORMAT");
     command->add_flag("--werror", options->warningsAreErrors, "Let warnings fail, too");
     command->footer(footer);
     command->callback([options, &status] { status = runCheck(*options); });

@@ -105,7 +105,8 @@ int runExplain(const ExplainOptions& options)
 }
 
 constexpr const char* footer = R"(Shows the expression as a tree: the place of each part, its text, and the kind and value that it
-gives. The part that fails is marked with >.
+gives. The part that fails is marked with >. Plain numbers have no line of their own, and of keys
+only those in use are shown.
 
 Example:
   marl explain shot.scene lamp.light --time 12)";

@@ -13,7 +13,8 @@ static_assert(std::atomic<bool>::is_always_lock_free, "a signal may come while t
 
 extern "C" void noteInterrupt(int)
 {
-    interrupted = true;
+    if (interrupted.exchange(true))
+        signal(SIGINT, SIG_DFL);
 }
 
 } // namespace
@@ -26,7 +27,7 @@ InterruptWatch::InterruptWatch()
     if (action.sa_handler == SIG_IGN)
         return;
     action.sa_handler = noteInterrupt;
-    action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
+    action.sa_flags = SA_RESTART;
     sigaction(SIGINT, &action, nullptr);
 }
 

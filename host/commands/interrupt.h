@@ -3,8 +3,9 @@
 
 namespace Marl::Host {
 
-// While one lives, the first Ctrl-C is only noted; the second ends the tool as usual. Where Ctrl-C
-// was ignored before, it stays so. One at a time.
+// While one lives, Ctrl-C is only noted. The third ends the tool as usual; the second may be the first
+// once more, since a program that passes it on and the terminal may both send it. Where Ctrl-C was
+// ignored before, it stays so. One at a time.
 class InterruptWatch {
 public:
     InterruptWatch();

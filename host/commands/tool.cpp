@@ -37,7 +37,7 @@ constexpr const char* footer = R"(Examples:
   marl explain shot.scene lamp.light --time 12
 
 `marl COMMAND --help` tells more of each. The exit status is 0 when all is fine, 1 when a scene has
-errors, 2 for wrong usage, 3 when a file cannot be read or written, 130 after Ctrl-C.)";
+errors, 2 for wrong usage, 3 when a file cannot be read or written or gnuplot fails, 130 after Ctrl-C.)";
 
 // Shows what an option takes by one word; the sentence behind it says the rest.
 class HelpLayout final : public CLI::Formatter {
@@ -45,7 +45,6 @@ public:
     HelpLayout()
     {
         label("SUBCOMMAND", "COMMAND");
-        label("Subcommands", "Commands");
         label("Positionals", "Arguments");
     }
 
@@ -77,14 +76,18 @@ int runTool(int count, char** arguments)
         app.formatter(std::make_shared<HelpLayout>());
         app.set_help_flag("-h,--help", "Show this help");
         app.set_version_flag("--version", "marl " MARL_VERSION, "Show the version");
-        app.require_subcommand(1);
+        app.require_subcommand(0, 1); // where there is none, the message is below
         app.footer(footer);
         addEvalCommand(app, status);
         addCheckCommand(app, status);
         addDepsCommand(app, status);
         addExplainCommand(app, status);
         addPlotCommand(app, status);
+        for (CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
+            command->group("Commands");
         app.parse(count, arguments);
+        if (app.get_subcommands().empty())
+            return fail(WrongUsage, "what is to be done? `marl --help` shows the commands");
         return status;
     } catch (const CLI::ParseError& asked) {
         return app.exit(asked) == 0 ? Fine : WrongUsage;

@@ -114,7 +114,8 @@ struct quoted_pattern : p::seq<p::one<'`'>, quoted_text, p::one<'`'>> {};
 struct name_pattern   : p::sor<plain_pattern, quoted_pattern> {};
 struct open_name      : p::one<'`'> {};
 struct plain_name     : plain_pattern {};
-struct name           : p::sor<plain_name, quoted_pattern, open_name> {};
+struct quoted_name    : quoted_pattern {};
+struct name           : p::sor<plain_name, quoted_name, open_name> {};
 struct member_dot     : p::one<'.'> {};
 struct member_name    : name {};
 
@@ -339,7 +340,7 @@ template <typename Rule>
 struct Action : p::nothing<Rule> {};
 
 // clang-format off
-template <> struct Action<quoted_text>         : build<&TreeBuilder::name> {};
+template <> struct Action<quoted_name>         : build<&TreeBuilder::quotedName> {};
 template <> struct Action<call_word>           : build<&TreeBuilder::name> {};
 template <> struct Action<data_word>           : build<&TreeBuilder::name> {};
 template <> struct Action<id_digits>           : build<&TreeBuilder::name> {};
@@ -429,6 +430,9 @@ struct Action<lost_name> {
         reading.lost.names.emplace(found.starts_with('`') ? found.substr(1, found.size() - 2) : found);
     }
 };
+
+template <>
+struct Action<stray_name> : Action<lost_name> {};
 
 // Perhaps it is no text: the quote that begins it may have been meant to end one.
 template <>

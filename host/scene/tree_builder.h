@@ -32,6 +32,7 @@ public:
 
     // A name, or the word before a bracket, for the rule that ends next.
     void name(Span place, std::string_view text) { names.push_back({std::string(text), place}); }
+    void quotedName(Span place, std::string_view text) { name(place, text.substr(1, text.size() - 2)); }
     // What stands between the quotes or brackets of the rule that ends next.
     void content(Span place) { contentPlace = place; }
 

@@ -30,7 +30,7 @@ expect() # WHAT EXPECTED FOUND
 
 runSession() # TEXT
 {
-    local line command= printed=
+    local line command='' printed=''
     while IFS= read -r line; do
         if [[ $line == '$ '* ]]; then
             finishCommand "$command" "$printed"
@@ -88,14 +88,14 @@ checkLinks() # LINE
     done
 }
 
-language= mark= text= isInside=false
+language='' mark='' text='' isInside=false
 while IFS= read -r line; do
     if [[ $line == '```'* ]]; then
         if $isInside; then
             checkBlock "$language" "$mark" "${text%$'\n'}"
-            isInside=false mark=
+            isInside=false mark=''
         else
-            language=${line#'```'} text= isInside=true
+            language=${line#'```'} text='' isInside=true
         fi
     elif $isInside; then
         text+=$line$'\n'

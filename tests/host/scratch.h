@@ -1,0 +1,48 @@
+// Scenes from text, and the tool as a process.
+#pragma once
+
+#include <host/scene/scene.h>
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Marl::Host {
+
+// A folder that is gone at the end, for the files of one test.
+class ScratchFolder {
+public:
+    ScratchFolder();
+    ~ScratchFolder();
+
+    // Writes the file and returns its path.
+    std::string write(const std::string& name, std::string_view text) const;
+    std::string path(const std::string& name) const { return (folder / name).string(); }
+
+    const std::filesystem::path folder;
+};
+
+std::string contentOf(const std::string& path);
+
+// The text as a scene in a file of its own.
+struct TextScene {
+    explicit TextScene(std::string_view text) : scene(files.write("text.scene", text)) {}
+
+    ScratchFolder files;
+    Scene scene;
+};
+
+// `scene 1; object o { ... }` with the statements given.
+std::string inObject(std::string_view statements);
+
+struct ToolRun {
+    int status = -1; // of exit, or minus the signal
+    std::string out, err;
+    long peakKilobytes = 0;
+};
+
+// Runs the tool in the folder. Where out names a file, its output goes there.
+ToolRun runMarl(const std::vector<std::string>& arguments, const std::filesystem::path& folder, const std::string& out = {});
+
+} // namespace Marl::Host
