@@ -81,7 +81,7 @@ private:
             return;
 
         const auto begin = [&](const PropertyAST* property) { return scene.placeOf(property).begin; };
-        std::ranges::rotate(circle, std::ranges::min_element(circle, {}, begin));
+        std::rotate(circle.begin(), std::ranges::min_element(circle, {}, begin), circle.end());
         std::string text = "Property references form a cycle: ";
         for (const PropertyAST* property : circle) {
             const auto [line, column] = scene.file.lineColumn(begin(property));

@@ -14,7 +14,7 @@ ReferenceGraph::ReferenceGraph(const Scene& scene) : uses(scene.properties.size(
         for (const auto* referrer = scene.properties[used].property->referrers; referrer; referrer = referrer->next)
             found.push_back(indexOf(referrer->property));
         std::ranges::sort(found);
-        found.erase(std::ranges::unique(found).begin(), found.end());
+        found.erase(std::unique(found.begin(), found.end()), found.end());
         for (const std::size_t user : found)
             uses[user].push_back(used);
     }

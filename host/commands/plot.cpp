@@ -80,7 +80,7 @@ std::vector<double> curveTimes(const Range& range, int samples, const std::vecto
     for (int i = 0; i < samples; ++i)
         times.push_back(std::lerp(range.from, range.to, i / (samples - 1.0)));
     std::ranges::sort(times);
-    times.erase(std::ranges::unique(times).begin(), times.end());
+    times.erase(std::unique(times.begin(), times.end()), times.end());
     return times;
 }
 

@@ -33,7 +33,7 @@ TEST(Deps, ShowsWhatIsUsedAndWhatUsesIt)
          "  used by lamp.light (3:5)\n"
          "  used by rig.bright (12:5)\n"},
         {"used twice in one, named once", {"rig.`half \"way\"\\`"},
-         "rig.`half \"way\"\\` (9:6)\n"
+         "rig.`half \"way\"\\` (9:5)\n"
          "  used by rig.sway (8:5)\n"},
         {"all of an object", {"lamp.*"},
          "lamp.light (3:5)\n"
@@ -48,14 +48,14 @@ TEST(Deps, ShowsWhatIsUsedAndWhatUsesIt)
         {"tree both ways", {"lamp.power", "--tree"},
          "lamp.power (4:5)\n"
          "  uses rig.sway (8:5)\n"
-         "    uses rig.`half \"way\"\\` (9:6)\n"
+         "    uses rig.`half \"way\"\\` (9:5)\n"
          "  used by lamp.light (3:5)\n"
          "  used by rig.bright (12:5)\n"},
         {"all trees: what is common once, the circle last", {"--tree"},
          "lamp.light (3:5)\n"
          "  uses lamp.power (4:5)\n"
          "    uses rig.sway (8:5)\n"
-         "      uses rig.`half \"way\"\\` (9:6)\n"
+         "      uses rig.`half \"way\"\\` (9:5)\n"
          "  uses lamp.warm (5:5)\n"
          "rig.bright (12:5)\n"
          "  uses lamp.power (4:5), see above\n"
