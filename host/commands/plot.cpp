@@ -92,7 +92,7 @@ std::vector<Curve> curvesOf(const Track& track)
         const auto known = std::ranges::find(curves, name, &Curve::name);
         if (known != curves.end())
             return *known;
-        return curves.emplace_back(name, std::vector(track.size(), std::numeric_limits<double>::quiet_NaN()));
+        return curves.emplace_back(Curve{name, std::vector(track.size(), std::numeric_limits<double>::quiet_NaN())});
     };
     for (std::size_t i = 0; i < track.size(); ++i) {
         const auto components = componentsOf(track.kindAt(i));
