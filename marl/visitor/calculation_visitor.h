@@ -110,6 +110,8 @@ private:
     double numberOrTake(ExpressionAST* node, int level, const char* complaint);
     double numberOrLeave(ExpressionAST* node, int level, const char* complaint);
     Vector takeVector();
+    [[gnu::noinline]] void replaceTopByTransform();
+    [[gnu::noinline]] void takeVectorInto(Vector& column);
     Vector vectorOf(ExpressionAST* node, int level);
 
     MaybeNumber binary(BinaryExpressionAST* node, int level);

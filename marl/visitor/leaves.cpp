@@ -46,15 +46,6 @@ void CalculationVisitor::visitPropertyReferenceAST(PropertyReferenceAST* node)
     passOn(node->property->expression, inside);
 }
 
-// What the node leaves on the stack is the visit's result, be it nothing.
-void CalculationVisitor::passOn(ExpressionAST* node, int level)
-{
-    if (!node)
-        failIncomplete();
-    const Surroundings around(*this, level);
-    node->accept(this);
-}
-
 // Of the frequent nodes the operation is called at once, which saves two virtual calls and
 // the way over the stack.
 MaybeNumber CalculationVisitor::walkOther(FrequentNode shortcut, ExpressionAST* node, int level)

@@ -39,29 +39,35 @@ void CalculationVisitor::visitAColorExpression(AColorExpressionAST* node)
     valueStack.push(AColor{components[0], components[1], components[2], components[3]});
 }
 
+void CalculationVisitor::takeVectorInto(Vector& column)
+{
+    column = takeVector();
+}
+
 void CalculationVisitor::visitMatrixExpression(MatrixExpressionAST* node)
 {
     const int inside = enter(levelOfVisit());
     Matrix matrix;
     for (int k = 0; k < 3; ++k) {
         evaluate(node->columns[k], inside);
-        matrix.columns[k] = valueStack.top().getVector();
-        valueStack.pop();
+        takeVectorInto(matrix.columns[k]);
     }
     valueStack.push(matrix);
 }
 
+// The matrix waits aside, where no frame grows by it.
 void CalculationVisitor::visitTransformExpression(TransformExpressionAST* node)
 {
     const int inside = enter(levelOfVisit());
-    TraceTransform transform;
     evaluate(node->matrix, inside);
-    transform.matrix = valueStack.top().getMatrix();
-    valueStack.pop();
+    const HeldValue matrix(*this);
     evaluate(node->offset, inside);
-    transform.offset = valueStack.top().getTracePoint();
-    valueStack.pop();
-    valueStack.push(transform);
+    replaceTopByTransform();
+}
+
+void CalculationVisitor::replaceTopByTransform()
+{
+    valueStack.top() = TraceTransform{heldValues.top().getMatrix(), valueStack.top().getTracePoint()};
 }
 
 void CalculationVisitor::visitTransformHexExpression(TransformHexExpressionAST* node)

@@ -102,7 +102,7 @@ inline const double* CalculationVisitor::leaf(FrequentNode shortcut, const Expre
     return nullptr;
 }
 
-inline MaybeNumber CalculationVisitor::walk(FrequentNode shortcut, ExpressionAST* node, int level)
+[[gnu::always_inline]] inline MaybeNumber CalculationVisitor::walk(FrequentNode shortcut, ExpressionAST* node, int level)
 {
     if (shortcut == FrequentNode::Binary)
         return binary(static_cast<BinaryExpressionAST*>(node), level);
@@ -125,7 +125,7 @@ inline int CalculationVisitor::enter(int level) const
 }
 
 // The operand's number; nothing when its value is of another kind and lies on the stack.
-inline MaybeNumber CalculationVisitor::operand(ExpressionAST* node, int level)
+[[gnu::always_inline]] inline MaybeNumber CalculationVisitor::operand(ExpressionAST* node, int level)
 {
     const FrequentNode shortcut = shortcutTo(node);
     if (const double* number = leaf(shortcut, node))
@@ -133,13 +133,23 @@ inline MaybeNumber CalculationVisitor::operand(ExpressionAST* node, int level)
     return walk(shortcut, node, level);
 }
 
+// What the node leaves on the stack is the visit's result, be it nothing. Part of its caller in
+// every build, for a frame of its own would count at every level.
+[[gnu::always_inline]] inline void CalculationVisitor::passOn(ExpressionAST* node, int level)
+{
+    if (!node)
+        failIncomplete();
+    const Surroundings around(*this, level);
+    node->accept(this);
+}
+
 // Leaves the operand's value on the stack, whatever it is.
-inline void CalculationVisitor::evaluate(ExpressionAST* node, int level)
+[[gnu::always_inline]] inline void CalculationVisitor::evaluate(ExpressionAST* node, int level)
 {
     pushNumber(operand(node, level));
 }
 
-inline void CalculationVisitor::pushNumber(MaybeNumber number)
+[[gnu::always_inline]] inline void CalculationVisitor::pushNumber(MaybeNumber number)
 {
     if (number)
         valueStack.push(*number);
