@@ -28,7 +28,9 @@ public:
     {
         tracer.setTimeParam(moment.time);
         tracer.setDontInterpolate(moment.holdsKeys ? 1 : 0);
-        tracer.heard = [this](const ExpressionAST* node, const Value& value) { values.insert_or_assign(node, value); };
+        tracer.heard = [this](const ExpressionAST* node, const Value& value) {
+            values.insert_or_assign(node, value);
+        };
         try {
             expression->accept(&tracer);
         } catch (const Exception& thrown) {

@@ -14,7 +14,7 @@ struct ExplainedPart {
     std::optional<Span> place;  // none for what is not written in the file
     std::optional<Value> value; // none where there is only the remark
     std::string remark = {};
-    bool fails = false; // this part itself; the remark is the message
+    bool fails = false;                              // this part itself; the remark is the message
     const PropertyReferenceAST* reference = nullptr; // where the part is one
 };
 

@@ -29,7 +29,9 @@ struct DepsOptions {
 
 class Listing {
 public:
-    Listing(Scene& given, const ReferenceGraph& references, Output& to) : scene(given), graph(references), output(to) {}
+    Listing(Scene& given, const ReferenceGraph& references, Output& to) : scene(given), graph(references), output(to)
+    {
+    }
 
     void heading(Index property) { output.write(label(property) + '\n'); }
 
@@ -140,7 +142,8 @@ std::string dotText(std::string_view name)
 }
 
 // What the selected properties lead to, themselves included.
-void addReached(const std::vector<Neighbors>& neighbors, const std::vector<Index>& selected, std::vector<bool>& isReached)
+void addReached(const std::vector<Neighbors>& neighbors, const std::vector<Index>& selected,
+                std::vector<bool>& isReached)
 {
     std::vector<bool> isSeen(neighbors.size());
     std::vector<Index> waiting = selected;
@@ -215,7 +218,8 @@ int runDeps(const DepsOptions& options)
     return prepared.hasMistakes ? SceneHasErrors : Fine;
 }
 
-constexpr const char* footer = R"(Shows each property with its line and column, what it refers to and what refers to it. References
+constexpr const char* footer =
+    R"(Shows each property with its line and column, what it refers to and what refers to it. References
 to the running scene, as @rig.pos, are not looked at.
 
 Examples:

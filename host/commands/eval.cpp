@@ -49,7 +49,7 @@ std::vector<double> listed(const Times& times)
     return list;
 }
 
-// Threads may still be at work on the scene, so nothing is given back.
+// Threads may still be at work on the scene, so it is not given back.
 [[noreturn]] void endInterrupted(std::size_t finished, std::size_t all)
 {
     printError(fmt::format("marl: interrupted; {} of {} times are finished\n", finished, all));
@@ -70,7 +70,7 @@ int runEval(const EvalOptions& options)
 
     const InterruptWatch watch;
     // Opened before the work is done, which may be long.
-    const auto output = options.output.empty() ? std::make_unique<Output>() : std::make_unique<Output>(options.output);
+    auto output = options.output.empty() ? std::make_unique<Output>() : std::make_unique<Output>(options.output);
     const std::vector<double> moments = listed(times);
     Sampling sampling(selected, moments, options.holdsKeys, format.text);
     sampling.run(options.jobs);
@@ -85,8 +85,10 @@ int runEval(const EvalOptions& options)
         format.write(*output, times, sampling.tracks);
         output->finish();
     }
-    if (watch.isInterrupted())
+    if (watch.isInterrupted()) {
+        output.reset(); // with the temporary file where nothing is finished
         endInterrupted(times.count, moments.size());
+    }
     return anyFailed ? SceneHasErrors : Fine;
 }
 

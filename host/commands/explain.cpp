@@ -58,15 +58,15 @@ Row rowOf(const ExplainedPart& part, Scene& scene)
         row.value = shortValueText(*part.value, valueWidth);
     }
     if (const auto* reference = part.reference; reference && reference->property)
-        row.value += fmt::format("  from {} ({})",
-            printable(quotedName(textOf(reference->objectName), textOf(reference->propertyName))),
+        row.value += fmt::format(
+            "  from {} ({})", printable(quotedName(textOf(reference->objectName), textOf(reference->propertyName))),
             placeText(scene, scene.placeOf(reference->property)));
     return row;
 }
 
 void write(const std::vector<Row>& rows, Output& output)
 {
-    const auto widest = [&](std::string Row::* cell) {
+    const auto widest = [&](std::string Row::*cell) {
         std::size_t width = 0;
         for (const Row& row : rows)
             width = std::max(width, utf8Characters(row.*cell).size());
@@ -76,7 +76,7 @@ void write(const std::vector<Row>& rows, Output& output)
     for (const Row& row : rows) {
         const std::string fill(text - utf8Characters(row.text).size(), ' ');
         output.write(fmt::format("{} {:>{}}  {}{}  {:{}}  {}\n", row.isMarked ? '>' : ' ', row.place, place, row.text,
-            fill, row.kind, kind, row.value));
+                                 fill, row.kind, kind, row.value));
     }
 }
 
@@ -92,7 +92,8 @@ int runExplain(const ExplainOptions& options)
     bool anyFailed = false;
     for (const SceneProperty& property : selectProperties(scene, {&options.name, 1})) {
         output.write(fmt::format("{}:{}: {} at time {}\n", scene.file.path(),
-            placeText(scene, scene.placeOf(property.property)), printable(property.name()), numberText(moment.time)));
+                                 placeText(scene, scene.placeOf(property.property)), printable(property.name()),
+                                 numberText(moment.time)));
         std::vector<Row> rows;
         for (const ExplainedPart& part : explain(scene, property, moment)) {
             rows.push_back(rowOf(part, scene));
@@ -104,7 +105,8 @@ int runExplain(const ExplainOptions& options)
     return anyFailed || prepared.hasMistakes ? SceneHasErrors : Fine;
 }
 
-constexpr const char* footer = R"(Shows the expression as a tree: the place of each part, its text, and the kind and value that it
+constexpr const char* footer =
+    R"(Shows the expression as a tree: the place of each part, its text, and the kind and value that it
 gives. The part that fails is marked with >. Plain numbers have no line of their own, and of keys
 only those in use are shown.
 

@@ -163,13 +163,15 @@ int runPlot(const PlotOptions& options)
         return anyFailed ? SceneHasErrors : WrongUsage;
     }
     const std::string drawn = runGnuplot(gnuplotScript(groups, range.from, range.to, picture));
-    const auto output = options.output.empty() ? std::make_unique<Output>() : std::make_unique<Output>(options.output);
+    const auto output =
+        options.output.empty() ? std::make_unique<Output>() : std::make_unique<Output>(options.output);
     output->write(options.output.empty() ? withoutBlanks(drawn) : drawn);
     output->finish();
     return anyFailed ? SceneHasErrors : Fine;
 }
 
-constexpr const char* footer = R"(Draws in the terminal, or a picture with -o. Vectors and colors have one curve a component; the keys
+constexpr const char* footer =
+    R"(Draws in the terminal, or a picture with -o. Vectors and colors have one curve a component; the keys
 of a property are marked. Where it fails the curve has a gap. gnuplot has to be installed.
 
 Examples:
@@ -189,7 +191,9 @@ void addPlotCommand(CLI::App& app, int& status)
     command->add_option("--samples", options->samples, "How many times besides the keys; 200 unless given")
         ->check(CLI::Range(2, 1'000'000))
         ->type_name("COUNT");
-    command->add_option("-o,--output", options->output, "Write a picture to this .svg or .png; it is replaced only by a whole one")
+    command
+        ->add_option("-o,--output", options->output,
+                     "Write a picture to this .svg or .png; it is replaced only by a whole one")
         ->type_name("FILE");
     command->footer(footer);
     command->callback([options, &status] { status = runPlot(*options); });

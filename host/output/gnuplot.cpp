@@ -73,8 +73,9 @@ int run(const ScratchFile& input, const ScratchFile& output, const ScratchFile& 
     const int failure = posix_spawnp(&child, "gnuplot", &streams, nullptr, arguments, environ);
     posix_spawn_file_actions_destroy(&streams);
     if (failure == ENOENT)
-        throw std::runtime_error("curves are drawn by gnuplot, which is not installed; on Debian `apt-get install gnuplot-nox` "
-                           "installs it. `marl eval --format csv` shows the numbers without it");
+        throw std::runtime_error(
+            "curves are drawn by gnuplot, which is not installed; on Debian `apt-get install gnuplot-nox` "
+            "installs it. `marl eval --format csv` shows the numbers without it");
     if (failure != 0)
         throw std::runtime_error(fmt::format("gnuplot cannot be started: {}", std::strerror(failure)));
     int status = 0;

@@ -37,8 +37,10 @@ std::optional<Constant> constantOf(ExpressionAST* node, int& stepsLeft)
         const auto right = left ? constantOf(binary->right, stepsLeft) : std::nullopt;
         if (!right)
             return std::nullopt;
-        const auto result = calculate(binary->op, left->number, right->number, [] { return MaybeNumber(); });
-        return result ? std::optional(Constant{*result, std::max(left->nesting, right->nesting) + 1}) : std::nullopt;
+        const auto [number, isThere] =
+            calculate(binary->op, left->number, right->number, [] { return MaybeNumber{}; });
+        const int nesting = std::max(left->nesting, right->nesting) + 1;
+        return isThere ? std::optional(Constant{number, nesting}) : std::nullopt;
     }
     return std::nullopt;
 }

@@ -4,6 +4,7 @@
 // The elements stand in one block behind the count, so an array costs one allocation.
 #pragma once
 
+#include <marl/api.h>
 #include <marl/value/reference_count.h>
 
 #include <algorithm>
@@ -24,7 +25,7 @@ struct alignas(std::max_align_t) ArrayControl {
 
 // Of one array object, one thread at a time; several threads may share its storage.
 template <typename T>
-class PtrArray {
+class MARL_API PtrArray {
 public:
     PtrArray() noexcept = default;
 

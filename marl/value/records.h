@@ -12,23 +12,23 @@ namespace Marl {
 class Object;
 
 // A vector in single precision.
-struct Vector {
+struct MARL_API Vector {
     float x = 0, y = 0, z = 0;
     bool operator==(const Vector&) const = default;
 };
 
 // A vector or point in double precision.
-struct TracePoint {
+struct MARL_API TracePoint {
     double x = 0, y = 0, z = 0;
     bool operator==(const TracePoint&) const = default;
 };
 
-struct Color {
+struct MARL_API Color {
     float r = 0, g = 0, b = 0;
     bool operator==(const Color&) const = default;
 };
 
-struct AColor {
+struct MARL_API AColor {
     float r = 0, g = 0, b = 0, alpha = 0;
     bool operator==(const AColor&) const = default;
 };
@@ -47,28 +47,28 @@ struct MARL_API Matrix {
 };
 
 // Maps a point p to matrix * p + offset.
-struct Transform {
+struct MARL_API Transform {
     Matrix matrix;
     Vector offset;
     bool operator==(const Transform&) const = default;
 };
 
 // A transform whose offset is held in double precision.
-struct TraceTransform {
+struct MARL_API TraceTransform {
     Matrix matrix;
     TracePoint offset;
     bool operator==(const TraceTransform&) const = default;
 };
 
 // A property of an object of the running scene, looked up by the host when it needs it.
-struct RuntimeValue {
+struct MARL_API RuntimeValue {
     Object* object = nullptr;
     CharString name;
     bool operator==(const RuntimeValue&) const = default;
 };
 
 // An identifier that the host gives its objects.
-struct ObjectID {
+struct MARL_API ObjectID {
     std::uint64_t value = 0;
     bool operator==(const ObjectID&) const = default;
 };

@@ -94,15 +94,15 @@ MaybeNumber CalculationVisitor::chain(BinaryExpressionAST* node, int level)
 inline MaybeNumber CalculationVisitor::operate(BinaryExpressionAST* node, MaybeNumber left, int level)
 {
     const FrequentNode rightNode = shortcutTo(node->right);
-    if (left) {
+    if (left.isThere) {
         if (const double* right = leaf(rightNode, node->right))
-            return combine(node->op, *left, *right);
-        valueStack.push(*left);
+            return combine(node->op, left.number, *right);
+        valueStack.push(left.number);
     }
-    const auto right = walk(rightNode, node->right, level);
-    if (left && right) {
+    const MaybeNumber right = walk(rightNode, node->right, level);
+    if (left.isThere && right.isThere) {
         valueStack.popNumber();
-        return combine(node->op, *left, *right);
+        return combine(node->op, left.number, right.number);
     }
     pushNumber(right);
     return combineTopTwo(node->op);
@@ -117,7 +117,7 @@ inline MaybeNumber CalculationVisitor::combine(TOKENTYPE op, double left, double
 [[gnu::cold]] MaybeNumber CalculationVisitor::undefined()
 {
     valueStack.push();
-    return MaybeNumber();
+    return {};
 }
 
 // Both operands leave the stack, also when the operator throws.
@@ -228,11 +228,11 @@ void CalculationVisitor::visitNegatedExpression(NegatedExpressionAST* node)
 
 MaybeNumber CalculationVisitor::negated(NegatedExpressionAST* node, int level)
 {
-    const auto number = operand(node->operand, enter(level));
-    if (number)
-        return -*number;
+    const auto [number, isThere] = operand(node->operand, enter(level));
+    if (isThere)
+        return just(-number);
     negate(valueStack.top());
-    return MaybeNumber();
+    return {};
 }
 
 void CalculationVisitor::negate(Value& value)

@@ -42,9 +42,9 @@ MaybeNumber CalculationVisitor::call(BuiltinFunctionAST* node, int level)
     const auto function = Builtin(node->functionId);
     const double sample = widened(node->sample);
     switch (function) {
-    case Builtin::Time: return timeParam;
-    case Builtin::Sample: return sample;
-    case Builtin::Pi: return widened(3.14159274f); // pi in single precision, on purpose
+    case Builtin::Time: return just(timeParam);
+    case Builtin::Sample: return just(sample);
+    case Builtin::Pi: return just(widened(3.14159274f)); // pi in single precision, on purpose
     default: break;
     }
 
@@ -54,45 +54,49 @@ MaybeNumber CalculationVisitor::call(BuiltinFunctionAST* node, int level)
         fail("Built-in function lacks an argument.");
     if (count == 0) { // no such function
         valueStack.push();
-        return MaybeNumber();
+        return {};
     }
     const int inside = enter(level);
-    // Of two arguments the first waits on the stack, and the second is judged before it.
     if (count == 2)
         evaluate(first, inside);
+    return apply(function, operand(count == 2 ? second : first, inside), sample);
+}
+
+// The last argument is a number or lies on the stack. Of two the first lies below it, and the
+// last one is judged before the first.
+MaybeNumber CalculationVisitor::apply(Builtin function, MaybeNumber last, double sample)
+{
     switch (function) {
     case Builtin::Sqr: {
-        const double x = numberOrTake(first, inside, "Function argument for sqr() expected to evaluate to a number.");
-        return x * x;
+        const double x = numberOrTake(last, "Function argument for sqr() expected to evaluate to a number.");
+        return just(x * x);
     }
     case Builtin::Sqrt:
-        return std::sqrt(
-            numberOrTake(first, inside, "Function argument for sqrt() expected to evaluate to a number."));
+        return just(std::sqrt(numberOrTake(last, "Function argument for sqrt() expected to evaluate to a number.")));
     case Builtin::Sin:
-        return std::sin(numberOrTake(first, inside, "Function argument for sin() expected to evaluate to a number."));
+        return just(std::sin(numberOrTake(last, "Function argument for sin() expected to evaluate to a number.")));
     case Builtin::Cos:
-        return std::cos(numberOrTake(first, inside, "Function argument for cos() expected to evaluate to a number."));
-    case Builtin::Length: return widened(length(vectorOf(first, inside)));
-    case Builtin::Noise: return widened(noise(vectorOf(first, inside)));
+        return just(std::cos(numberOrTake(last, "Function argument for cos() expected to evaluate to a number.")));
+    case Builtin::Length: return just(widened(length(vectorOrTake(last))));
+    case Builtin::Noise: return just(widened(noise(vectorOrTake(last))));
     case Builtin::Pow: {
-        const double b =
-            numberOrTake(second, inside, "Second function argument for pow() expected to evaluate to a number.");
+        const double b = numberOrTake(last, "Second function argument for pow() expected to evaluate to a number.");
         const double a = takeNumber("First function argument for pow() expected to evaluate to a number.");
-        return std::pow(a, b);
+        return just(std::pow(a, b));
     }
     case Builtin::Cross: {
-        const Vector b = vectorOf(second, inside);
+        const Vector b = vectorOrTake(last);
         const Vector a = takeVector();
         valueStack.push(widened(cross(a, b)));
-        return MaybeNumber();
+        return {};
     }
     case Builtin::Uniform: {
         const double b =
-            numberOrTake(second, inside, "Second function argument for uniform() expected to evaluate to a number.");
+            numberOrTake(last, "Second function argument for uniform() expected to evaluate to a number.");
         const double a = takeNumber("First function argument for uniform() expected to evaluate to a number.");
-        return (1.0 - sample) * a + b * sample;
+        return just((1.0 - sample) * a + b * sample);
     }
-    default: return MaybeNumber(); // taken care of above
+    default: return {}; // has no arguments
     }
 }
 

@@ -8,7 +8,6 @@
 #include <marl/visitor/value_stack.h>
 
 #include <marl/value/maybe_number.h>
-#include <vector>
 
 namespace Marl {
 
@@ -107,12 +106,12 @@ private:
     void pushNumber(MaybeNumber number);
     MaybeNumber takeIfNumber();
     double takeNumber(const char* complaint);
-    double numberOrTake(ExpressionAST* node, int level, const char* complaint);
+    double numberOrTake(MaybeNumber operand, const char* complaint);
     double numberOrLeave(ExpressionAST* node, int level, const char* complaint);
     Vector takeVector();
     [[gnu::noinline]] void replaceTopByTransform();
     [[gnu::noinline]] void takeVectorInto(Vector& column);
-    Vector vectorOf(ExpressionAST* node, int level);
+    Vector vectorOrTake(MaybeNumber operand);
 
     MaybeNumber binary(BinaryExpressionAST* node, int level);
     [[gnu::noinline]] MaybeNumber chain(BinaryExpressionAST* node, int level);
@@ -123,11 +122,11 @@ private:
     bool vector(VectorExpressionAST* node, int level);
     MaybeNumber negated(NegatedExpressionAST* node, int level);
     MaybeNumber call(BuiltinFunctionAST* node, int level);
+    [[gnu::noinline]] MaybeNumber apply(Builtin function, MaybeNumber last, double sample);
 
-    Bracket bracketTime(InterpolateExpressionAST* node, int level);
+    [[gnu::noinline]] bool knowsTimes(const InterpolateExpressionAST* node, int level) const;
+    Bracket bracketKnownTime(const InterpolateExpressionAST::ConstantTimes& known) const;
     Bracket bracketVaryingTime(InterpolateExpressionAST* node, int level);
-    template <typename Search, typename KeyAt>
-    Bracket bracketAmong(const std::vector<double>& times, InterpolateExpressionAST* node, Search search, KeyAt key);
     [[gnu::noinline]] void replaceTopByBlend(double earlier, double factor);
     [[gnu::noinline]] void replaceTopByBlend(const Value& earlier, double factor);
     Value blend(const Value& earlier, const Value& later, double factor);

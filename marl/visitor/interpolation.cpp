@@ -7,33 +7,23 @@
 #include <marl/value/interpolate_transform.h>
 
 #include <algorithm>
-#include <span>
-#include <vector>
 
 namespace Marl {
 
-// The keys around a time. Without a later key the earlier one's value holds.
+// The keys around a time, and how far it is on the way from the earlier to the later. Without a
+// later key the earlier one's value holds.
 struct CalculationVisitor::Bracket {
     InterpolateKey* earlier;
     InterpolateKey* later;
-    double factor; // of the way from the earlier to the later
+    double factor;
 };
 
 namespace {
 
-// The index of the later key around t, which lies behind the first time and before the last.
-std::size_t searchAscending(std::span<const double> times, double t)
+// How much of the way from start to end lies behind.
+double share(double start, double time, double end)
 {
-    return static_cast<std::size_t>(std::ranges::upper_bound(times, t) - times.begin());
-}
-
-// The same of times in any order, some perhaps NaN: the first neighbors that have t between them.
-std::size_t searchUnordered(std::span<const double> times, double t)
-{
-    std::size_t i = 1;
-    while (!(t >= times[i - 1]) || t >= times[i])
-        ++i;
-    return i;
+    return (time - start) / (end - start);
 }
 
 Value blendLists(const Value& earlierValue, const Value& laterValue, float earlierWeight, float laterWeight)
@@ -47,72 +37,78 @@ Value blendLists(const Value& earlierValue, const Value& laterValue, float earli
     return Value(*blended);
 }
 
-InterpolateKey* keyAt(InterpolateKey* first, std::size_t index)
-{
-    for (; index > 0; --index)
-        first = first->next;
-    return first;
-}
-
 } // namespace
 
 void CalculationVisitor::visitInterpolateExpression(InterpolateExpressionAST* node)
 {
     const int inside = enter(levelOfVisit());
-    const Bracket keys = bracketTime(node, inside);
+    const Bracket keys =
+        knowsTimes(node, inside) ? bracketKnownTime(node->constantTimes()) : bracketVaryingTime(node, inside);
     if (!keys.earlier)
         failIncomplete();
-    if (!keys.later)
+    if (!keys.later || dontInterpolate != 0)
         return passOn(keys.earlier->value, inside);
 
-    if (const auto earlier = operand(keys.earlier->value, inside)) {
-        const auto later = operand(keys.later->value, inside);
-        if (later)
-            valueStack.push(keys.factor * *later + (1.0 - keys.factor) * *earlier);
-        else
-            replaceTopByBlend(*earlier, keys.factor);
-    } else {
+    const MaybeNumber earlier = operand(keys.earlier->value, inside);
+    if (!earlier.isThere) {
         const HeldValue held(*this);
         evaluate(keys.later->value, inside);
-        replaceTopByBlend(heldValues.top(), keys.factor);
+        return replaceTopByBlend(heldValues.top(), keys.factor);
     }
+    const MaybeNumber later = operand(keys.later->value, inside);
+    if (!later.isThere)
+        return replaceTopByBlend(earlier.number, keys.factor);
+    valueStack.push(keys.factor * later.number + (1.0 - keys.factor) * earlier.number);
 }
 
 // Times that sortKeys() found constant need no visit. That must hide neither a time that
 // nests too deeply here nor keys that were added by hand since.
-CalculationVisitor::Bracket CalculationVisitor::bracketTime(InterpolateExpressionAST* node, int level)
+bool CalculationVisitor::knowsTimes(const InterpolateExpressionAST* node, int level) const
 {
     const auto& known = node->constantTimes();
-    const bool areKnown = !known.keys.empty() && known.keys.front() == node->firstKey
-        && known.keys.back() == node->lastKey && level + known.nesting <= depthLimit;
-    if (!areKnown)
-        return bracketVaryingTime(node, level);
-    return bracketAmong(known.times, node, searchAscending, [&](std::size_t i) { return known.keys[i]; });
+    return !known.keys.empty() && known.keys.front() == node->firstKey && known.keys.back() == node->lastKey
+        && level + known.nesting <= depthLimit;
 }
 
-CalculationVisitor::Bracket CalculationVisitor::bracketVaryingTime(InterpolateExpressionAST* node, int level)
+CalculationVisitor::Bracket
+CalculationVisitor::bracketKnownTime(const InterpolateExpressionAST::ConstantTimes& known) const
 {
-    std::vector<double> times;
-    times.reserve(static_cast<std::size_t>(std::clamp(node->keyCount, 0, 1 << 16)));
-    for (InterpolateKey* key = node->firstKey; key; key = key->next)
-        times.push_back(numberOrLeave(key->time, level, "Keys in interpolate expression must be numbers."));
-    if (times.empty())
-        fail("Interpolate expression has no keys.");
-    return bracketAmong(times, node, searchUnordered, [&](std::size_t i) { return keyAt(node->firstKey, i); });
-}
-
-template <typename Search, typename KeyAt>
-CalculationVisitor::Bracket CalculationVisitor::bracketAmong(const std::vector<double>& times,
-                                                             InterpolateExpressionAST* node, Search search, KeyAt key)
-{
+    const auto& [times, keys, nesting] = known;
     if (times.size() == 1 || !(timeParam > times.front()))
-        return {node->firstKey, nullptr, 0};
+        return {keys.front(), nullptr, 0};
     if (timeParam >= times.back())
+        return {keys.back(), nullptr, 0};
+    const auto later = static_cast<std::size_t>(std::ranges::upper_bound(times, timeParam) - times.begin());
+    return {keys[later - 1], keys[later], share(times[later - 1], timeParam, times[later])};
+}
+
+// The times may come in any order, some perhaps NaN: the first neighbors that have the time between
+// them count. Every key's time is evaluated all the same. Part of the visit in every build, for its
+// frame would count at every level.
+[[gnu::always_inline]] inline CalculationVisitor::Bracket
+CalculationVisitor::bracketVaryingTime(InterpolateExpressionAST* node, int level)
+{
+    InterpolateKey *previous = nullptr, *earlier = nullptr, *later = nullptr;
+    double firstTime = 0, previousTime = 0, factor = 0;
+    for (InterpolateKey* key = node->firstKey; key; key = key->next) {
+        const double time = numberOrLeave(key->time, level, "Keys in interpolate expression must be numbers.");
+        if (!previous)
+            firstTime = time;
+        else if (!later && timeParam >= previousTime && !(timeParam >= time)) {
+            earlier = previous;
+            later = key;
+            factor = share(previousTime, timeParam, time);
+        }
+        previous = key;
+        previousTime = time;
+    }
+    if (!previous)
+        fail("Interpolate expression has no keys.");
+    if (previous == node->firstKey || !(timeParam > firstTime))
+        return {node->firstKey, nullptr, 0};
+    if (timeParam >= previousTime)
         return {node->lastKey, nullptr, 0};
-    const std::size_t later = search(times, timeParam);
-    if (dontInterpolate != 0)
-        return {key(later - 1), nullptr, 0};
-    return {key(later - 1), key(later), (timeParam - times[later - 1]) / (times[later] - times[later - 1])};
+    return {earlier, later, factor};
 }
 
 // The later value lies on the stack and leaves it, also when the blend throws.

@@ -56,7 +56,7 @@ MaybeNumber CalculationVisitor::walkOther(FrequentNode shortcut, ExpressionAST* 
     case FrequentNode::Vector:
         if (!vector(static_cast<VectorExpressionAST*>(node), level))
             failIncomplete();
-        return MaybeNumber();
+        return {};
     default: return visited(node, level);
     }
 }

@@ -11,10 +11,10 @@ void CalculationVisitor::visitListExpression(ListExpressionAST* node)
     ArrayHold<Value> list(node->itemCount);
     int i = 0;
     for (const ListItem* item = node->firstItem; item; item = item->next, ++i) {
-        const auto number = operand(item->expression, enter(levelOfVisit()));
-        if (number && i < list->count)
-            list[i].setDouble(*number);
-        if (number)
+        const auto [number, isThere] = operand(item->expression, enter(levelOfVisit()));
+        if (isThere && i < list->count)
+            list[i].setDouble(number);
+        if (isThere)
             continue;
         if (i < list->count)
             list[i] = std::move(valueStack.top());
@@ -52,7 +52,7 @@ void CalculationVisitor::visitArrayExpressionAST(ArrayExpressionAST* node)
     ExpressionAST* selected = node->target;
     for (ExpressionAST* index : node->indices) {
         const int position =
-            truncated(numberOrTake(index, inside, "Array indexer expected to evaluate to a number."));
+            truncated(numberOrTake(operand(index, inside), "Array indexer expected to evaluate to a number."));
         if (!selected)
             failIncomplete();
         selected = selected->getElement(position);

@@ -232,6 +232,11 @@ TEST(Program, AppendsInOrderAlsoBehindLinksMadeByHand)
     list->itemCount = 0;
     t.program.append(list, t.node(4));
     EXPECT_EQ(resultOf(list), "[4]");
+
+    ObjectAST* lamp = t.program.addObject("lamp");
+    EXPECT_EQ(t.program.firstObject, lamp);
+    EXPECT_EQ(lamp->next, nullptr);
+    EXPECT_EQ(t.program.addObject("rig"), lamp->next);
 }
 
 } // namespace

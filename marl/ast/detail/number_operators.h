@@ -11,10 +11,10 @@ template <typename Otherwise>
 MaybeNumber calculate(TOKENTYPE op, double left, double right, Otherwise otherwise)
 {
     switch (op) {
-    case TOKEN_MULTIPLY: return left * right;
-    case TOKEN_PLUS: return left + right;
-    case TOKEN_MINUS: return left - right;
-    case TOKEN_DIVIDE: return left / right;
+    case TOKEN_MULTIPLY: return just(left * right);
+    case TOKEN_PLUS: return just(left + right);
+    case TOKEN_MINUS: return just(left - right);
+    case TOKEN_DIVIDE: return just(left / right);
     }
     return otherwise();
 }

@@ -21,11 +21,11 @@ namespace Marl {
 // Tells the visits behind a node's accept() how many levels lie around the node.
 class CalculationVisitor::Surroundings {
 public:
-    Surroundings(CalculationVisitor& owner, int level) : evaluator(owner), outer(owner.depth)
+    [[gnu::always_inline]] Surroundings(CalculationVisitor& owner, int level) : evaluator(owner), outer(owner.depth)
     {
         evaluator.depth = level;
     }
-    ~Surroundings() { evaluator.depth = outer; }
+    [[gnu::always_inline]] ~Surroundings() { evaluator.depth = outer; }
     Surroundings(const Surroundings&) = delete;
     Surroundings& operator=(const Surroundings&) = delete;
 
@@ -129,7 +129,7 @@ inline int CalculationVisitor::enter(int level) const
 {
     const FrequentNode shortcut = shortcutTo(node);
     if (const double* number = leaf(shortcut, node))
-        return *number;
+        return just(*number);
     return walk(shortcut, node, level);
 }
 
@@ -149,19 +149,19 @@ inline int CalculationVisitor::enter(int level) const
     pushNumber(operand(node, level));
 }
 
-[[gnu::always_inline]] inline void CalculationVisitor::pushNumber(MaybeNumber number)
+[[gnu::always_inline]] inline void CalculationVisitor::pushNumber(MaybeNumber result)
 {
-    if (number)
-        valueStack.push(*number);
+    if (result.isThere)
+        valueStack.push(result.number);
 }
 
 inline MaybeNumber CalculationVisitor::takeIfNumber()
 {
     if (!isDouble(valueStack.top()))
-        return MaybeNumber();
+        return {};
     const double number = valueStack.top().getDouble();
     valueStack.pop();
-    return number;
+    return just(number);
 }
 
 // The number on top of the stack, which is taken also when it is refused.
@@ -175,20 +175,21 @@ inline double CalculationVisitor::takeNumber(const char* complaint)
     return number;
 }
 
-// The operand's number; what is refused is taken off the stack too.
-inline double CalculationVisitor::numberOrTake(ExpressionAST* node, int level, const char* complaint)
+// The number of an operand; what is refused is taken off the stack too.
+inline double CalculationVisitor::numberOrTake(MaybeNumber operand, const char* complaint)
 {
-    const auto number = operand(node, level);
-    return number ? *number : takeNumber(complaint);
+    return operand.isThere ? operand.number : takeNumber(complaint);
 }
 
 // The operand's number; what is refused stays on the stack.
-inline double CalculationVisitor::numberOrLeave(ExpressionAST* node, int level, const char* complaint)
+[[gnu::always_inline]] inline double CalculationVisitor::numberOrLeave(ExpressionAST* node, int level, const char* complaint)
 {
-    const auto number = operand(node, level);
-    if (!number && isUndefined(valueStack.top()))
+    const auto [number, isThere] = operand(node, level);
+    if (isThere)
+        return number;
+    if (isUndefined(valueStack.top()))
         fail(complaint);
-    return number ? *number : takeNumber(complaint);
+    return takeNumber(complaint);
 }
 
 inline Vector CalculationVisitor::takeVector()
@@ -198,10 +199,10 @@ inline Vector CalculationVisitor::takeVector()
     return vector;
 }
 
-// The operand's vector; a number, which is none, is the zero vector.
-inline Vector CalculationVisitor::vectorOf(ExpressionAST* node, int level)
+// The vector of an operand; a number, which is none, is the zero vector.
+inline Vector CalculationVisitor::vectorOrTake(MaybeNumber operand)
 {
-    return operand(node, level) ? Vector() : takeVector();
+    return operand.isThere ? Vector() : takeVector();
 }
 
 } // namespace Marl
