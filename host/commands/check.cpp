@@ -5,6 +5,7 @@
 #include <host/output/json_text.h>
 #include <host/output/output.h>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>

@@ -3,11 +3,13 @@
 
 #include <host/report/diagnostic.h>
 
-#include <CLI/CLI.hpp>
-
 #include <stdexcept>
 #include <string>
 #include <string_view>
+
+namespace CLI {
+class App;
+}
 
 namespace Marl::Host {
 

@@ -7,6 +7,7 @@
 #include <host/output/output.h>
 #include <host/report/utf8.h>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <memory>

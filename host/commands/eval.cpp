@@ -9,6 +9,7 @@
 #include <host/output/formats.h>
 #include <host/output/json_text.h>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>

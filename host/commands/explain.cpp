@@ -10,6 +10,7 @@
 #include <host/report/utf8.h>
 #include <host/scene/names.h>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>

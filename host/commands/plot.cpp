@@ -11,6 +11,7 @@
 #include <host/output/output.h>
 #include <host/output/value_text.h>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>

@@ -3,9 +3,11 @@
 
 #include <host/output/track.h>
 
-#include <CLI/CLI.hpp>
-
 #include <string>
+
+namespace CLI {
+class App;
+}
 
 namespace Marl::Host {
 

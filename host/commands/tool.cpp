@@ -2,6 +2,7 @@
 
 #include <host/commands/command.h>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <csignal>
