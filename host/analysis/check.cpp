@@ -23,11 +23,12 @@ std::string placeText(Scene& scene, const void* thing)
 void warnOfDoubledName(Scene& scene, const SceneProperty& property, std::vector<Diagnostic>& warnings)
 {
     const PropertyAST* first = scene.findProperty(textOf(property.object->name), textOf(property.property->name));
-    const bool isHidden = first != property.property && scene.findObject(textOf(property.object->name)) == property.object;
+    const bool isHidden =
+        first != property.property && scene.findObject(textOf(property.object->name)) == property.object;
     if (isHidden)
         warnings.push_back({Severity::Warning, scene.placeOf(property.property),
-            fmt::format("there is a property of this name already, at {}", placeText(scene, first)),
-            "References find the first."});
+                            fmt::format("there is a property of this name already, at {}", placeText(scene, first)),
+                            "References find the first."});
 }
 
 void warnOfDoubledKeys(Scene& scene, const SceneProperty& property, std::vector<Diagnostic>& warnings)
@@ -40,17 +41,21 @@ void warnOfDoubledKeys(Scene& scene, const SceneProperty& property, std::vector<
         for (std::size_t i = 1; i < times.size(); ++i)
             if (times[i] == times[i - 1])
                 warnings.push_back({Severity::Warning, scene.placeOf(keys[i]),
-                    fmt::format("there is a key at time {} already, at {}", numberText(times[i]), placeText(scene, keys[i - 1]))});
+                                    fmt::format("there is a key at time {} already, at {}", numberText(times[i]),
+                                                placeText(scene, keys[i - 1]))});
     });
 }
 
-void warnOfEndlessWork(Scene& scene, const SceneProperty& property, VisitCounter& counter, std::vector<Diagnostic>& warnings)
+void warnOfEndlessWork(Scene& scene, const SceneProperty& property, VisitCounter& counter,
+                       std::vector<Diagnostic>& warnings)
 {
     const std::uint64_t visits = counter.visitsOf(property.property);
     if (visits > manyVisits)
-        warnings.push_back({Severity::Warning, scene.placeOf(property.property),
-            fmt::format("evaluating {} visits {} nodes, because references are evaluated afresh each time", property.name(),
-                visits < VisitCounter::countless ? fmt::format("up to {}", visits) : "more than 10^18")});
+        warnings.push_back(
+            {Severity::Warning, scene.placeOf(property.property),
+             fmt::format("evaluating {} visits {} nodes, because references are evaluated afresh each time",
+                         property.name(),
+                         visits < VisitCounter::countless ? fmt::format("up to {}", visits) : "more than 10^18")});
 }
 
 } // namespace

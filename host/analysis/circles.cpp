@@ -87,7 +87,8 @@ private:
             const auto [line, column] = scene.file.lineColumn(begin(property));
             text += fmt::format("{} ({}:{}) -> ", nameOf(property), line, column);
         }
-        resolution.mistakes.push_back({Severity::Error, scene.placeOf(circle.front()), text + nameOf(circle.front())});
+        resolution.mistakes.push_back(
+            {Severity::Error, scene.placeOf(circle.front()), text + nameOf(circle.front())});
     }
 
     std::string nameOf(const PropertyAST* property) const { return owners.at(property).name(); }

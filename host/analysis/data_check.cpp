@@ -51,9 +51,12 @@ private:
         const std::string text = scene.file.textAt({node->sourceOffset, node->sourceOffset + node->length});
         if (const auto fault = read(*node, text)) {
             const std::int64_t offset = node->sourceOffset + fault->offset;
-            const bool isComma = std::string_view(text).substr(static_cast<std::size_t>(fault->offset)).starts_with(',');
-            mistakes.push_back({Severity::Error, {offset, offset}, fmt::format("expected {}", fault->expected),
-                isComma ? commaHint<Node> : ""});
+            const bool isComma =
+                std::string_view(text).substr(static_cast<std::size_t>(fault->offset)).starts_with(',');
+            mistakes.push_back({Severity::Error,
+                                {offset, offset},
+                                fmt::format("expected {}", fault->expected),
+                                isComma ? commaHint<Node> : ""});
         }
         return true;
     }
@@ -70,7 +73,8 @@ void checkData(const Scene& scene, std::vector<Diagnostic>& mistakes)
     for (const SceneProperty& property : scene.properties)
         walk(property.property->expression, [&](ExpressionAST* node) {
             checker.check<ListTypeExpressionAST<float>, ListTypeExpressionAST<int>, ListTypeExpressionAST<Vector>,
-                ListTypeExpressionAST<Color>, ListTypeExpressionAST<CharString>, TransformHexExpressionAST>(node);
+                          ListTypeExpressionAST<Color>, ListTypeExpressionAST<CharString>, TransformHexExpressionAST>(
+                node);
         });
 }
 

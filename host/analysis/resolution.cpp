@@ -75,8 +75,9 @@ private:
         try {
             reference->accept(&pass);
         } catch (const BadRefException& missing) {
-            resolution.mistakes.push_back({Severity::Error, scene.placeOf(reference), missing.what(),
-                hasObject ? scene.suggestProperty(object, property) : scene.suggestObject(object)});
+            resolution.mistakes.push_back(
+                {Severity::Error, scene.placeOf(reference), missing.what(),
+                 hasObject ? scene.suggestProperty(object, property) : scene.suggestObject(object)});
         }
     }
 
@@ -96,7 +97,7 @@ void findDoubledObjects(Scene& scene, std::vector<Diagnostic>& mistakes)
             continue;
         const auto [line, column] = scene.file.lineColumn(scene.placeOf(first).begin);
         mistakes.push_back({Severity::Error, scene.placeOf(object),
-            fmt::format("there is an object of this name already, at {}:{}", line, column)});
+                            fmt::format("there is an object of this name already, at {}:{}", line, column)});
     }
 }
 

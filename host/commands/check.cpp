@@ -42,8 +42,8 @@ std::string jsonOf(const Diagnostic& diagnostic, SceneFile& file)
 {
     const auto [line, column] = file.lineColumn(diagnostic.place.begin);
     return fmt::format(R"({{"file": {}, "line": {}, "column": {}, "severity": "{}", "message": {}, "hint": {}}})",
-        jsonText(file.path()), line, column, severityName(diagnostic.severity), jsonText(diagnostic.text),
-        diagnostic.hint.empty() ? "null" : jsonText(diagnostic.hint));
+                       jsonText(file.path()), line, column, severityName(diagnostic.severity),
+                       jsonText(diagnostic.text), diagnostic.hint.empty() ? "null" : jsonText(diagnostic.hint));
 }
 
 class Report {
@@ -61,7 +61,8 @@ public:
                 output.write(describe(diagnostic, scene.file));
             isFirst = false;
         }
-        const auto errors = static_cast<std::size_t>(std::ranges::count(found, Severity::Error, &Diagnostic::severity));
+        const auto errors =
+            static_cast<std::size_t>(std::ranges::count(found, Severity::Error, &Diagnostic::severity));
         const std::size_t warnings = found.size() - errors;
         if (!isJson)
             output.write(summary(scene, errors, warnings));
@@ -97,7 +98,8 @@ int runCheck(const CheckOptions& options)
     return report.finish();
 }
 
-constexpr const char* footer = R"(Every mistake of a scene is shown at once, in the order of the file. The exit status is 1 when
+constexpr const char* footer =
+    R"(Every mistake of a scene is shown at once, in the order of the file. The exit status is 1 when
 there are errors, or warnings with --werror.
 
 Examples:

@@ -31,8 +31,7 @@ struct DepsOptions {
 class Listing {
 public:
     Listing(Scene& given, const ReferenceGraph& references, Output& to) : scene(given), graph(references), output(to)
-    {
-    }
+    {}
 
     void heading(Index property) { output.write(label(property) + '\n'); }
 

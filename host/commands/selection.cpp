@@ -44,13 +44,15 @@ PropertyName parsed(std::string_view text)
         if (property && rest.empty())
             return {*object, *property, false};
     }
-    throw UsageError(fmt::format("`{0}` names no property; write object.property, or object.* for all of them", text));
+    throw UsageError(
+        fmt::format("`{0}` names no property; write object.property, or object.* for all of them", text));
 }
 
 // "`lamp`, Did you mean ...?"
 [[noreturn]] void failMissing(const Scene& scene, const std::string& missing, const std::string& suggestion)
 {
-    throw UsageError(fmt::format("{} has no {}.{}{}", scene.file.path(), missing, suggestion.empty() ? "" : " ", suggestion));
+    throw UsageError(
+        fmt::format("{} has no {}.{}{}", scene.file.path(), missing, suggestion.empty() ? "" : " ", suggestion));
 }
 
 } // namespace
@@ -70,12 +72,12 @@ std::vector<SceneProperty> selectProperties(Scene& scene, std::span<const std::s
             failMissing(scene, fmt::format("object {}", quotedName(name.object)), scene.suggestObject(name.object));
         if (name.isAll)
             std::ranges::copy_if(scene.properties, std::back_inserter(selected),
-                [&](const SceneProperty& p) { return p.object == object && isFirst(p); });
+                                 [&](const SceneProperty& p) { return p.object == object && isFirst(p); });
         else if (PropertyAST* property = scene.findProperty(name.object, name.property))
             selected.push_back({object, property});
         else
             failMissing(scene, fmt::format("property {}", quotedName(name.object, name.property)),
-                scene.suggestProperty(name.object, name.property));
+                        scene.suggestProperty(name.object, name.property));
     }
     return selected;
 }

@@ -24,7 +24,8 @@ double finiteOption(std::string_view option, std::string_view text)
 
 [[noreturn]] void failTooMany(double count, std::string_view what)
 {
-    throw UsageError(fmt::format("these would be {:.0f} {}; at most {:.0f} can be asked for", count, what, mostValues));
+    throw UsageError(
+        fmt::format("these would be {:.0f} {}; at most {:.0f} can be asked for", count, what, mostValues));
 }
 
 } // namespace
@@ -54,7 +55,8 @@ Times parseTimes(const TimeOptions& options)
         throw UsageError("--step: 0 leads nowhere");
     const double steps = (to - from) / step;
     if (steps < 0)
-        throw UsageError(fmt::format("--step: {} does not lead from {} to {}", options.step, options.from, options.to));
+        throw UsageError(
+            fmt::format("--step: {} does not lead from {} to {}", options.step, options.from, options.to));
 
     // Steps that miss the last time by no more than rounding meet it.
     constexpr double epsilon = std::numeric_limits<double>::epsilon();

@@ -54,7 +54,8 @@ std::string shownInTable(const std::string& cell)
 
 std::string cellText(const Value& value)
 {
-    return ValueType(value.getValueType()) == ValueType::String ? std::string(textOf(value.getString())) : valueText(value);
+    return ValueType(value.getValueType()) == ValueType::String ? std::string(textOf(value.getString()))
+                                                                : valueText(value);
 }
 
 void writeTable(Output& output, const Times& times, std::span<const Track> tracks)
@@ -94,7 +95,7 @@ void writeJson(Output& output, const Times& times, std::span<const Track> tracks
             type = track.kindAt(i);
         output.write(separator);
         output.write("  {\"property\": " + jsonText(track.name) + ", \"type\": "
-            + (type == Track::missing ? "null" : jsonText(kindName(type))) + ", \"samples\": [");
+                     + (type == Track::missing ? "null" : jsonText(kindName(type))) + ", \"samples\": [");
         for (std::size_t i = 0; i < track.size(); ++i) {
             const int kind = track.kindAt(i);
             output.write((i > 0 ? ", [" : "[") + jsonNumber(times[i]) + ", ");

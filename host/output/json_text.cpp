@@ -15,7 +15,7 @@ namespace Marl::Host {
 namespace {
 
 // Readers may take "-0" for an integer, which has no negative zero.
-std::string guarded(std::string text)
+std::string guarded(const std::string& text)
 {
     if (text == "-0")
         return "-0.0";

@@ -50,7 +50,9 @@ std::string recordText(const Value& value)
     const auto group = [&](std::string_view word, std::size_t from, std::size_t count) {
         return fmt::format("{}({})", word, fmt::join(std::span(texts).subspan(from, count), ", "));
     };
-    const auto matrix = [&] { return fmt::format("mat({}, {}, {})", group("vec", 0, 3), group("vec", 3, 3), group("vec", 6, 3)); };
+    const auto matrix = [&] {
+        return fmt::format("mat({}, {}, {})", group("vec", 0, 3), group("vec", 3, 3), group("vec", 6, 3));
+    };
 
     switch (ValueType(kind)) {
     case ValueType::Vector: return group("vec", 0, 3);
@@ -97,9 +99,10 @@ std::string textOfAny(const Value& value, int depth)
 
 std::string_view kindName(int kind)
 {
-    constexpr std::string_view names[] = {"Undefined", "Double", "List", "Vector", "Matrix", "Color", "AColor",
-        "Transform", "ListVector", "ListInt", "ListColor", "ListFloat", "String", "ListString", "Object", "ObjectID",
-        "RuntimeValue"};
+    constexpr std::string_view names[] = {"Undefined", "Double",      "List",      "Vector",     "Matrix",
+                                          "Color",     "AColor",      "Transform", "ListVector", "ListInt",
+                                          "ListColor", "ListFloat",   "String",    "ListString", "Object",
+                                          "ObjectID",  "RuntimeValue"};
     return kind >= 0 && kind < static_cast<int>(std::size(names)) ? names[kind] : "unknown kind";
 }
 
@@ -122,7 +125,8 @@ std::string numberText(float number)
     std::string text = shortestText(number);
     double read = 0;
     std::from_chars(text.data(), text.data() + text.size(), read);
-    return static_cast<float>(read) == number || std::isnan(number) ? text : shortestText(static_cast<double>(number));
+    return static_cast<float>(read) == number || std::isnan(number) ? text
+                                                                    : shortestText(static_cast<double>(number));
 }
 
 std::string valueText(const Value& value)

@@ -76,9 +76,9 @@ std::string describe(const Diagnostic& diagnostic, SceneFile& file)
     const Excerpt excerpt = excerptAt(diagnostic.place, file);
     const std::size_t width = utf8Characters(excerpt.marked).size();
     return fmt::format("{}:{}:{}: {}: {}\n{}{}{}\n{}^{}\n", file.path(), line, column,
-        severityName(diagnostic.severity), printable(sentence(diagnostic)),
-        printable(excerpt.before), printable(excerpt.marked), printable(excerpt.after), blanksFor(excerpt.before),
-        std::string(width > 1 ? width - 1 : 0, '~'));
+                       severityName(diagnostic.severity), printable(sentence(diagnostic)), printable(excerpt.before),
+                       printable(excerpt.marked), printable(excerpt.after), blanksFor(excerpt.before),
+                       std::string(width > 1 ? width - 1 : 0, '~'));
 }
 
 } // namespace Marl::Host

@@ -16,7 +16,7 @@ std::string_view severityName(Severity severity);
 struct Diagnostic {
     Severity severity = Severity::Error;
     Span place;
-    std::string text; // what is wrong
+    std::string text;      // what is wrong
     std::string hint = {}; // what to do about it; may be empty
 };
 

@@ -40,8 +40,8 @@ std::vector<Utf8Character> utf8Characters(std::string_view text)
     std::vector<Utf8Character> characters;
     while (!text.empty()) {
         const std::size_t length = lengthBy(text.front());
-        const bool isValid = length > 0 && text.size() >= length
-            && std::ranges::all_of(text.substr(1, length - 1), continues);
+        const bool isValid =
+            length > 0 && text.size() >= length && std::ranges::all_of(text.substr(1, length - 1), continues);
         characters.push_back({text.substr(0, isValid ? length : 1), isValid});
         text.remove_prefix(characters.back().bytes.size());
     }

@@ -38,7 +38,7 @@ struct nested {
     static constexpr int deepest = 1000;
 
     template <p::apply_mode A, p::rewind_mode M, template <typename...> class Action,
-        template <typename...> class Control>
+              template <typename...> class Control>
     static bool match(Input& in, Reading& reading)
     {
         struct Level {
@@ -47,8 +47,8 @@ struct nested {
             int& depth;
         };
         if (reading.tree.depth == deepest)
-            reading.mistakes.giveUpStatement(
-                {offsetOf(in), offsetOf(in)}, fmt::format("values are nested more than {} deep here", deepest));
+            reading.mistakes.giveUpStatement({offsetOf(in), offsetOf(in)},
+                                             fmt::format("values are nested more than {} deep here", deepest));
         const Level level(reading.tree.depth);
         return Control<Rule>::template match<A, M, Action, Control>(in, reading);
     }
@@ -62,7 +62,8 @@ struct data_content {
     template <p::apply_mode, p::rewind_mode, template <typename...> class, template <typename...> class>
     static bool match(Input& in, Reading& reading)
     {
-        in.bump(skipData({in.current(), in.size()}, [&](const char* skipped) { reading.mapped.giveBackBefore(skipped); }));
+        in.bump(skipData({in.current(), in.size()},
+                         [&](const char* skipped) { reading.mapped.giveBackBefore(skipped); }));
         return true;
     }
 };

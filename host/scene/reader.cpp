@@ -57,8 +57,8 @@ struct Control : p::normal<Rule> {
     {
         static_assert(complaint<Rule>.text, "a rule that must match needs a complaint");
         Input rest(in.current(), in.end(), "");
-        reading.mistakes.complain(
-            complaint<Rule>, offsetOf(in), reading.tree.innermostBracket(), p::parse<statement_end>(rest));
+        reading.mistakes.complain(complaint<Rule>, offsetOf(in), reading.tree.innermostBracket(),
+                                  p::parse<statement_end>(rest));
     }
 };
 
@@ -156,7 +156,8 @@ struct Action<plain_name> : build<&TreeBuilder::name> {
     static void apply(const In& in, Reading& reading)
     {
         if (findWord(in.string_view()))
-            reading.mistakes.note(placeOf(in), fmt::format("`{}` is a word of the language", in.string_view()),
+            reading.mistakes.note(
+                placeOf(in), fmt::format("`{}` is a word of the language", in.string_view()),
                 fmt::format("As a name it stands in back-quotes: {}.", quotedName(in.string_view())));
         build::apply(in, reading);
     }
@@ -222,7 +223,7 @@ struct Action<bare_name> {
         const Span place = placeOf(in);
         const std::string found(in.string_view());
         const Word* known = findWord(found);
-        const std::string hint = !known ? fmt::format("Write object.{0}, or .{0} for this object's own.", found)
+        const std::string hint = !known   ? fmt::format("Write object.{0}, or .{0} for this object's own.", found)
             : known->takesRoundBrackets() ? fmt::format("It takes round brackets: {}(...).", found)
             : known->use == Word::Data    ? fmt::format("It takes square brackets: {}[...].", found)
                                           : "";
@@ -236,7 +237,8 @@ struct Action<version> {
     static void apply(const In& in, Reading& reading)
     {
         if (in.string_view() != "1")
-            reading.mistakes.giveUpReading(placeOf(in),
+            reading.mistakes.giveUpReading(
+                placeOf(in),
                 fmt::format("this is a scene of version {}; only version 1 can be read", in.string_view()));
     }
 };
@@ -247,8 +249,9 @@ struct Action<no_scene> {
     static void apply(const In& in, Reading& reading)
     {
         reading.mistakes.giveUpReading(placeOf(in),
-            in.input().size() == 0 ? "there is no scene here; one begins with `scene 1;`"
-                                   : "this is no scene: it does not begin with `scene 1;`");
+                                       in.input().size() == 0
+                                           ? "there is no scene here; one begins with `scene 1;`"
+                                           : "this is no scene: it does not begin with `scene 1;`");
     }
 };
 

@@ -35,7 +35,9 @@ SceneFile::SceneFile(std::string path) : name(std::move(path))
         return;
     }
     close(handle);
-    failReading(name, S_ISDIR(status.st_mode) ? "Is a directory" : "Is no regular file; a scene cannot come from a pipe or device");
+    failReading(name,
+                S_ISDIR(status.st_mode) ? "Is a directory"
+                                        : "Is no regular file; a scene cannot come from a pipe or device");
 }
 
 SceneFile::~SceneFile()

@@ -28,7 +28,8 @@ bool isTypographicQuote(std::string_view character)
 void SyntaxMistakes::note(Span place, std::string message, std::string hint)
 {
     if (noted.size() == mostMistakes) {
-        noted.push_back({Severity::Error, place, fmt::format("more than {} mistakes; reading stops here", mostMistakes)});
+        noted.push_back(
+            {Severity::Error, place, fmt::format("more than {} mistakes; reading stops here", mostMistakes)});
         throw ReadingEnds();
     }
     noted.push_back({Severity::Error, place, std::move(message), std::move(hint)});
@@ -55,7 +56,8 @@ void SyntaxMistakes::complain(const Complaint& complaint, std::int64_t offset, c
         note({open->offset, open->offset + 1}, fmt::format("this `{}` is not closed", open->opening));
     else if (complaint.expected == Complaint::Ending && (at(offset) == ')' || at(offset) == ']'))
         note(here, fmt::format("this `{}` closes no bracket", at(offset)));
-    else if (complaint.expected == Complaint::Value && !atEnd && std::string_view(",)]:=*/").find(at(offset)) == std::string_view::npos)
+    else if (complaint.expected == Complaint::Value && !atEnd
+             && std::string_view(",)]:=*/").find(at(offset)) == std::string_view::npos)
         note(here, fmt::format("{} begins no value", quoted(here)), hintFor(complaint, offset, open));
     else
         note(missingAt(complaint, offset, atEnd), complaint.text, hintFor(complaint, offset, open));
@@ -65,7 +67,8 @@ void SyntaxMistakes::complain(const Complaint& complaint, std::int64_t offset, c
 // What is missing at the end of a line is missing there, not where the next line begins.
 Span SyntaxMistakes::missingAt(const Complaint& complaint, std::int64_t offset, bool atEnd) const
 {
-    const bool isMissing = complaint.expected == Complaint::Equals || (complaint.expected == Complaint::Value && atEnd);
+    const bool isMissing =
+        complaint.expected == Complaint::Equals || (complaint.expected == Complaint::Value && atEnd);
     std::int64_t end = offset;
     while (end > 0 && std::string_view(" \t\r\n").find(at(end - 1)) != std::string_view::npos)
         --end;
@@ -86,9 +89,11 @@ std::string SyntaxMistakes::hintFor(const Complaint& complaint, std::int64_t off
         return "A number takes no plus sign.";
     if (isTypographicQuote(textAt(characterAt(offset))))
         return "Texts stand in straight quotes.";
-    if (complaint.expected == Complaint::Equals && std::string_view(" \t\r\n;}").find(at(offset - 1)) == std::string_view::npos)
+    if (complaint.expected == Complaint::Equals
+        && std::string_view(" \t\r\n;}").find(at(offset - 1)) == std::string_view::npos)
         return "A name of other characters stands in back-quotes.";
-    if (complaint.expected == Complaint::Closing && open && open->holdsItems && (isDigit(here) || here == '-' || here == '.'))
+    if (complaint.expected == Complaint::Closing && open && open->holdsItems
+        && (isDigit(here) || here == '-' || here == '.'))
         return "Numbers without commas need a word before the bracket, as in float[1 2 3].";
     return {};
 }

@@ -253,18 +253,18 @@ bool TreeBuilder::isCallable(const Name& called, const std::vector<Operand>& val
     }
     if (!word || !word->takesRoundBrackets()) {
         mistakes.note(called.place, fmt::format("there is no function {}", mistakes.quoted(called.place)),
-            didYouMean(called.text, callableWords()));
+                      didYouMean(called.text, callableWords()));
         return false;
     }
     const auto given = static_cast<int>(values.size());
     if (given == word->values)
         return true;
-    const bool hasDecimalComma = given > word->values
-        && mistakes.hasDecimalComma({values.front().place.begin, values.back().place.end});
+    const bool hasDecimalComma =
+        given > word->values && mistakes.hasDecimalComma({values.front().place.begin, values.back().place.end});
     mistakes.note(called.place,
-        fmt::format("{}() takes {} {}, {} {} given", called.text, word->values, word->values == 1 ? "value" : "values",
-            given, given == 1 ? "is" : "are"),
-        hasDecimalComma ? SyntaxMistakes::pointHint : "");
+                  fmt::format("{}() takes {} {}, {} {} given", called.text, word->values,
+                              word->values == 1 ? "value" : "values", given, given == 1 ? "is" : "are"),
+                  hasDecimalComma ? SyntaxMistakes::pointHint : "");
     return false;
 }
 

@@ -19,8 +19,7 @@ class TreeBuilder {
 public:
     TreeBuilder(SceneFile& sceneFile, ProgramAST& tree, PlaceTable& table, SyntaxMistakes& notes)
         : mistakes(notes), file(sceneFile), program(tree), places(table), scenePath(sceneFile.path().c_str())
-    {
-    }
+    {}
 
     void beginObject();
     void beginProperty();

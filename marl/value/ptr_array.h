@@ -38,8 +38,7 @@ public:
     PtrArray(PtrArray&& other) noexcept
         : data(std::exchange(other.data, nullptr)), shared(std::exchange(other.shared, nullptr)),
           count(std::exchange(other.count, 0))
-    {
-    }
+    {}
 
     PtrArray& operator=(const PtrArray& other) noexcept { return *this = PtrArray(other); }
 

@@ -67,24 +67,32 @@ TEST(Check, SpeaksJsonToEditors)
     const ToolRun run = runMarl({"check", "--format", "json", "unknown_object.scene", "empty.scene"}, brokenScenes);
     const auto found = nlohmann::json::parse(run.out);
     ASSERT_EQ(found.size(), 2u);
-    EXPECT_EQ(found[0], nlohmann::json({{"file", "unknown_object.scene"}, {"line", 3}, {"column", 13},
-                            {"severity", "error"}, {"message", "Could not find lmap object."},
-                            {"hint", "Did you mean `lamp`?"}}));
+    EXPECT_EQ(found[0],
+              nlohmann::json({{"file", "unknown_object.scene"},
+                              {"line", 3},
+                              {"column", 13},
+                              {"severity", "error"},
+                              {"message", "Could not find lmap object."},
+                              {"hint", "Did you mean `lamp`?"}}));
     EXPECT_EQ(found[1]["hint"], nullptr);
     EXPECT_EQ(nlohmann::json::parse(runMarl({"check", "--format", "json", "road.scene"}, exampleScenes).out),
-        nlohmann::json::array());
+              nlohmann::json::array());
 }
 
 // A mistake may hide a name; what refers to it is then no mistake of its own.
 TEST(Check, SaysNothingOfWhatOnlyFollows)
 {
-    const struct { const char* text; std::vector<std::string> messages; } rows[] = {
+    const struct {
+        const char* text;
+        std::vector<std::string> messages;
+    } rows[] = {
         {"scene 1; object a { p = ; q = .p; }", {"a value is missing after `=`"}},
         {"scene 1; object { p = 1; } object a { q = b.p; }", {"the object's name is missing"}},
         {"scene 1; object a { q = b.p + .x; } object b 5 { p = 1; }",
-            {"Could not find x property of object a", "expected `{` after the object's name"}},
+         {"Could not find x property of object a", "expected `{` after the object's name"}},
         {"scene 1; object a { p = \"x\\\"y\"; q = 1; r = .q; }", {"expected an operator or `;`"}},
-        {"scene 1; object a { p = 1; } q = 2; object b { r = .q; }", {"a property stands outside an object's curly brackets"}},
+        {"scene 1; object a { p = 1; } q = 2; object b { r = .q; }",
+         {"a property stands outside an object's curly brackets"}},
         {"scene 1; object a { p = .gone; } /* object b {}", {"this comment is not closed"}},
         {"scene 1;\nobject a {\n p = 1,5\n q = 2;\n r = .q;\n}", {"expected an operator or `;`"}},
     };
@@ -106,21 +114,33 @@ TEST(Check, NamesEveryCircleOnce)
     std::vector<std::string> circles;
     for (const Diagnostic& mistake : checkScene(text.scene))
         circles.push_back(mistake.text);
-    EXPECT_THAT(circles, ElementsAre("Property references form a cycle: a.x (2:21) -> b.y (3:12) -> a.x",
-                             "Property references form a cycle: a.x (2:21) -> a.z (2:35) -> a.x"));
+    EXPECT_THAT(circles,
+                ElementsAre("Property references form a cycle: a.x (2:21) -> b.y (3:12) -> a.x",
+                            "Property references form a cycle: a.x (2:21) -> a.z (2:35) -> a.x"));
 }
 
 TEST(Check, CountsTheNodesThatAnEvaluationVisits)
 {
-    const struct { const char* expression; std::uint64_t visits; } rows[] = {
-        {"1", 1}, {"1 + 2", 3}, {"-(1 + 2)", 4}, {".five", 2}, {".sum", 5}, {".sum + .sum", 11}, {"vec(1, .five, .sum)", 9},
+    const struct {
+        const char* expression;
+        std::uint64_t visits;
+    } rows[] = {
+        {"1", 1},
+        {"1 + 2", 3},
+        {"-(1 + 2)", 4},
+        {".five", 2},
+        {".sum", 5},
+        {".sum + .sum", 11},
+        {"vec(1, .five, .sum)", 9},
         {"keys(0: 1, 1: .sum, 2: .five)", 1 + 5 + 2}, // the costliest neighbors; known times are not visited
         {"keys(time: 1, .five: .sum)", 1 + 1 + 2 + 1 + 5},
-        {"[1, .sum, 3][1]", 1 + 5 + 1}, {".list[0]", 1 + 5 + 1}, {".own + 1", 4},
+        {"[1, .sum, 3][1]", 1 + 5 + 1},
+        {".list[0]", 1 + 5 + 1},
+        {".own + 1", 4},
     };
     for (const auto& row : rows) {
         TextScene text(inObject(std::string("p = ") + row.expression
-            + "; five = 5; sum = .five + 1 ; list = [.sum, 2]; own = .own;"));
+                                + "; five = 5; sum = .five + 1 ; list = [.sum, 2]; own = .own;"));
         resolve(text.scene);
         EXPECT_EQ(VisitCounter().visitsOf(text.scene.findProperty("o", "p")), row.visits) << row.expression;
     }
@@ -129,10 +149,20 @@ TEST(Check, CountsTheNodesThatAnEvaluationVisits)
 TEST(Check, SuggestsOnlyWhatIsNear)
 {
     const std::string_view names[] = {"lamp", "sqr", "sqrt", "height", "x"};
-    const struct { const char* wrong; const char* suggestion; } rows[] = {
-        {"lmap", "Did you mean `lamp`?"}, {"Lamp", "Did you mean `lamp`?"}, {"lamps", "Did you mean `lamp`?"},
-        {"sqtr", "Did you mean `sqrt`?"}, {"heigth", "Did you mean `height`?"}, {"hieght", "Did you mean `height`?"},
-        {"y", ""}, {"lost", ""}, {"desk", ""}, {"", ""},
+    const struct {
+        const char* wrong;
+        const char* suggestion;
+    } rows[] = {
+        {"lmap", "Did you mean `lamp`?"},
+        {"Lamp", "Did you mean `lamp`?"},
+        {"lamps", "Did you mean `lamp`?"},
+        {"sqtr", "Did you mean `sqrt`?"},
+        {"heigth", "Did you mean `height`?"},
+        {"hieght", "Did you mean `height`?"},
+        {"y", ""},
+        {"lost", ""},
+        {"desk", ""},
+        {"", ""},
     };
     for (const auto& row : rows)
         EXPECT_EQ(didYouMean(row.wrong, names), row.suggestion) << row.wrong;
@@ -141,25 +171,34 @@ TEST(Check, SuggestsOnlyWhatIsNear)
 TEST(Check, PutsTheCaretUnderThePlace)
 {
     const std::string longLine = "x = " + std::string(300, '1') + " ! " + std::string(300, '2');
-    const struct { const char* name; std::string text; std::int64_t begin, end; const char* shown; } rows[] = {
+    const struct {
+        const char* name;
+        std::string text;
+        std::int64_t begin, end;
+        const char* shown;
+    } rows[] = {
         {"plain", "a = 12;\nb = 34;\n", 12, 14, "2:5: error: m\nb = 34;\n    ^~\n"},
         {"tabs stay tabs", "\t\ta =\t1;", 6, 7, "1:7: error: m\n\t\ta =\t1;\n\t\t   \t^\n"},
-        {"columns are bytes, the caret counts characters", "größe = x", 10, 11, "1:11: error: m\ngröße = x\n        ^\n"},
+        {"columns are bytes, the caret counts characters", "größe = x", 10, 11,
+         "1:11: error: m\ngröße = x\n        ^\n"},
         {"carriage returns are no part of the line", "a\r\nb;\r\n", 4, 5, "2:2: error: m\nb;\n ^\n"},
-        {"control characters and lone bytes take one column", "\x1b[1m\xff x", 6, 7, "1:7: error: m\n\xef\xbf\xbd[1m\xef\xbf\xbd x\n      ^\n"},
+        {"control characters and lone bytes take one column", "\x1b[1m\xff x", 6, 7,
+         "1:7: error: m\n\xef\xbf\xbd[1m\xef\xbf\xbd x\n      ^\n"},
         {"at the end of the file", "a = ", 4, 4, "1:5: error: m\na = \n    ^\n"},
         {"what goes over lines is underlined on the first", "[1,\n2]", 0, 6, "1:1: error: m\n[1,\n^~~\n"},
     };
     for (const auto& row : rows) {
         const ScratchFolder files;
         SceneFile file(files.write("s", row.text));
-        EXPECT_EQ(describe({Severity::Error, {row.begin, row.end}, "m"}, file), files.path("s") + ":" + row.shown) << row.name;
+        EXPECT_EQ(describe({Severity::Error, {row.begin, row.end}, "m"}, file), files.path("s") + ":" + row.shown)
+            << row.name;
     }
     const ScratchFolder files;
     SceneFile file(files.write("s", longLine));
     const std::string shown = describe({Severity::Warning, {305, 306}, "m"}, file);
-    EXPECT_EQ(shown, files.path("s") + ":1:306: warning: m\n..." + std::string(119, '1') + " ! " + std::string(78, '2')
-            + "...\n" + std::string(123, ' ') + "^\n");
+    EXPECT_EQ(shown,
+              files.path("s") + ":1:306: warning: m\n..." + std::string(119, '1') + " ! " + std::string(78, '2')
+                  + "...\n" + std::string(123, ' ') + "^\n");
 }
 
 // Lines are found by blocks of the file; the first walk must agree with later ones, in any order.

@@ -26,16 +26,23 @@ object rig {
 
 TEST(Deps, ShowsWhatIsUsedAndWhatUsesIt)
 {
-    const struct { const char* name; std::vector<std::string> arguments; const char* out; } rows[] = {
-        {"one property", {"lamp.power"},
+    const struct {
+        const char* name;
+        std::vector<std::string> arguments;
+        const char* out;
+    } rows[] = {
+        {"one property",
+         {"lamp.power"},
          "lamp.power (4:5)\n"
          "  uses rig.sway (8:5)\n"
          "  used by lamp.light (3:5)\n"
          "  used by rig.bright (12:5)\n"},
-        {"used twice in one, named once", {"rig.`half \"way\"\\`"},
+        {"used twice in one, named once",
+         {"rig.`half \"way\"\\`"},
          "rig.`half \"way\"\\` (9:5)\n"
          "  used by rig.sway (8:5)\n"},
-        {"all of an object", {"lamp.*"},
+        {"all of an object",
+         {"lamp.*"},
          "lamp.light (3:5)\n"
          "  uses lamp.power (4:5)\n"
          "  uses lamp.warm (5:5)\n"
@@ -45,13 +52,15 @@ TEST(Deps, ShowsWhatIsUsedAndWhatUsesIt)
          "  used by rig.bright (12:5)\n"
          "lamp.warm (5:5)\n"
          "  used by lamp.light (3:5)\n"},
-        {"tree both ways", {"lamp.power", "--tree"},
+        {"tree both ways",
+         {"lamp.power", "--tree"},
          "lamp.power (4:5)\n"
          "  uses rig.sway (8:5)\n"
          "    uses rig.`half \"way\"\\` (9:5)\n"
          "  used by lamp.light (3:5)\n"
          "  used by rig.bright (12:5)\n"},
-        {"all trees: what is common once, the circle last", {"--tree"},
+        {"all trees: what is common once, the circle last",
+         {"--tree"},
          "lamp.light (3:5)\n"
          "  uses lamp.power (4:5)\n"
          "    uses rig.sway (8:5)\n"
@@ -65,7 +74,8 @@ TEST(Deps, ShowsWhatIsUsedAndWhatUsesIt)
          "    uses rig.first (10:5), see above\n"},
         {"unused", {"--unused"}, "lamp.light (3:5)\nrig.bright (12:5)\n"},
         {"unused of one object", {"--unused", "rig.*"}, "rig.bright (12:5)\n"},
-        {"graph of what is connected", {"--dot", "rig.sway"},
+        {"graph of what is connected",
+         {"--dot", "rig.sway"},
          "digraph \"lamp.scene\" {\n"
          "    rankdir=LR;\n"
          "    node [shape=box];\n"
@@ -114,7 +124,12 @@ TEST(Deps, GoesOnWithoutWhatIsMissing)
 TEST(Deps, TakesLargeScenes)
 {
     constexpr int count = 100'000;
-    const struct { const char* name; int (*target)(int); int leaves; int status; } rows[] = {
+    const struct {
+        const char* name;
+        int (*target)(int);
+        int leaves;
+        int status;
+    } rows[] = {
         {"chain", [](int i) { return i - 1; }, 1, 0},
         {"all of one", [](int i) { return i > 0 ? 0 : -1; }, 1, 0},
         {"circle", [](int i) { return (i + 1) % count; }, 0, 1},

@@ -25,7 +25,11 @@ object rig {
 // At time 5 half of the way between the keys at 0 and 10 is done.
 TEST(Explain, ShowsPartsWithPlaceKindAndValue)
 {
-    const struct { const char* property; const char* out; int status; } rows[] = {
+    const struct {
+        const char* property;
+        const char* out;
+        int status;
+    } rows[] = {
         {"rig.pos",
          "rig.scene:3:5: rig.pos at time 5\n"
          "  3:13  keys(0: vec(0, 0, 0), 10: vec(.top, -4, 2 * tim...  Vector  vec(1, -2, 5)\n"
@@ -62,7 +66,8 @@ TEST(Explain, ShowsPartsWithPlaceKindAndValue)
          "rig.scene:6:5: rig.wrong at time 5\n"
          "  6:13  1 + 2 * .sum                                               needs what fails below\n"
          "  6:17    2 * .sum                                                 needs what fails below\n"
-         "  6:21      .sum                                                   needs what fails below  from rig.sum (7:5)\n"
+         "  6:21      .sum                                                   needs what fails below  from rig.sum "
+         "(7:5)\n"
          "  7:13        (vec(1, 2, 3) - /* left alone */ @desk) * 2          needs what fails below\n"
          "> 7:14          vec(1, 2, 3) - /* left alone */ @desk      fails   Unable to subtract.\n"
          "  7:14            vec(1, 2, 3)                             Vector  vec(1, 2, 3)\n"
@@ -90,13 +95,22 @@ std::string repeated(int count, const std::string& text)
 // What is much is cut, but what fails is found behind it.
 TEST(Explain, CutsWhatIsMuchButNotWhatFails)
 {
-    const struct { const char* name; std::string statement; std::vector<const char*> shown; int atMost; } rows[] = {
+    const struct {
+        const char* name;
+        std::string statement;
+        std::vector<const char*> shown;
+        int atMost;
+    } rows[] = {
         {"long sum", "p = time" + repeated(5000, " + time") + ";", {"12502.5", "deeper parts are left out"}, 70},
-        {"long sum that fails first", "p = @x + 1" + repeated(5000, " + time") + ";",
-         {"up to the one that fails", "fails  Unable to sum."}, 70},
+        {"long sum that fails first",
+         "p = @x + 1" + repeated(5000, " + time") + ";",
+         {"up to the one that fails", "fails  Unable to sum."},
+         70},
         {"long list", "p = [" + repeated(1000, "time, ") + "1];", {"980 more parts", "1001 items"}, 30},
-        {"long list that fails last", "p = [" + repeated(1000, "time, ") + "1 + @x];",
-         {"980 more parts", "fails   Unable to sum."}, 30},
+        {"long list that fails last",
+         "p = [" + repeated(1000, "time, ") + "1 + @x];",
+         {"980 more parts", "fails   Unable to sum."},
+         30},
         {"many keys", "p = keys(2: 5, 3: 7" + repeated(998, ", 9: 1") + ");", {"Double  6", "998 other keys"}, 5},
         {"many references", "p = .q + .q; q = .r + .r; r = .s + .s; s = time;", {"from o.q"}, 4},
         {"circle", "p = .q; q = .p;", {"Property references form a cycle."}, 8},

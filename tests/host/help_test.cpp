@@ -86,11 +86,19 @@ TEST(Help, HasAnExampleOfEveryCommandThatTheToolTakes)
 
 TEST(Help, TellsWhatIsNoCommand)
 {
-    const struct { std::vector<std::string> arguments; int status; const char* err; } rows[] = {
+    const struct {
+        std::vector<std::string> arguments;
+        int status;
+        const char* err;
+    } rows[] = {
         {{}, 2, "marl: what is to be done? `marl --help` shows the commands\n"},
-        {{"evaluate"}, 2, "The following argument was not expected: evaluate\nRun with --help for more information.\n"},
+        {{"evaluate"},
+         2,
+         "The following argument was not expected: evaluate\nRun with --help for more information.\n"},
         {{"eval"}, 2, "FILE is required\nRun with --help for more information.\n"},
-        {{"eval", "s.scene", "--jobs", "0"}, 2, "--jobs: Value 0 not in range 1 to 256\nRun with --help for more information.\n"},
+        {{"eval", "s.scene", "--jobs", "0"},
+         2,
+         "--jobs: Value 0 not in range 1 to 256\nRun with --help for more information.\n"},
         {{"deps", "s.scene", "--tree", "--dot"}, 2, "--tree excludes --dot\nRun with --help for more information.\n"},
     };
     for (const auto& row : rows) {

@@ -33,8 +33,9 @@ TEST(Jobs, ChangeNoByte)
     const ScratchFolder files;
     files.write("s.scene", mixed);
     const auto evaluated = [&](const char* jobs, const char* format) {
-        return runMarl({"eval", "s.scene", "--from", "0", "--to", "5000", "--step", "0.25", "--jobs", jobs, "--format", format},
-                       files.folder);
+        return runMarl(
+            {"eval", "s.scene", "--from", "0", "--to", "5000", "--step", "0.25", "--jobs", jobs, "--format", format},
+            files.folder);
     };
     for (const char* format : {"csv", "json", "table"}) {
         const ToolRun one = evaluated("1", format);
@@ -56,8 +57,9 @@ TEST(Jobs, GoAsDeepAsOne)
         text += " p" + std::to_string(i) + " = .p" + std::to_string(i - 1) + " + 1;";
     const ScratchFolder files;
     files.write("s.scene", inObject(text));
-    EXPECT_EQ(runMarl({"eval", "s.scene", "o.p3999", "--time", "1", "--jobs", "2", "--format", "csv"}, files.folder).out,
-              "time,o.p3999\n1,4000\n");
+    EXPECT_EQ(
+        runMarl({"eval", "s.scene", "o.p3999", "--time", "1", "--jobs", "2", "--format", "csv"}, files.folder).out,
+        "time,o.p3999\n1,4000\n");
 }
 
 struct Interrupted {
@@ -68,8 +70,8 @@ struct Interrupted {
 // Presses Ctrl-C after a second.
 Interrupted interrupted(const ScratchFolder& files, const std::vector<std::string>& more)
 {
-    std::vector<std::string> words = {"marl", "eval", "s.scene", "--from", "0", "--to", "999999", "--step", "1",
-                                      "--format", "csv"};
+    std::vector<std::string> words = {"marl",   "eval",   "s.scene", "--from",   "0",  "--to",
+                                      "999999", "--step", "1",       "--format", "csv"};
     words.insert(words.end(), more.begin(), more.end());
     const pid_t child = fork();
     if (child == 0) {

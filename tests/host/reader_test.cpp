@@ -30,50 +30,98 @@ std::string valueOfP(const std::string& sceneText)
 
 TEST(Reader, GivesEveryFormItsMeaning)
 {
-    const struct { const char* expression; const char* value; } rows[] = {
+    const struct {
+        const char* expression;
+        const char* value;
+    } rows[] = {
         // numbers
-        {"12", "12"}, {"1.25", "1.25"}, {".5", "0.5"}, {"1e3", "1000"}, {"2.5E-1", "0.25"}, {"1e-999", "0"},
-        {"inf", "inf"}, {"-inf", "-inf"}, {"nan", "nan"},
+        {"12", "12"},
+        {"1.25", "1.25"},
+        {".5", "0.5"},
+        {"1e3", "1000"},
+        {"2.5E-1", "0.25"},
+        {"1e-999", "0"},
+        {"inf", "inf"},
+        {"-inf", "-inf"},
+        {"nan", "nan"},
         // operators bind as in arithmetic and from the left
-        {"1 + 2 * 3", "7"}, {"(1 + 2) * 3", "9"}, {"8 - 4 - 2", "2"}, {"8 / 4 / 2", "1"}, {"8 / 4 * 2", "4"},
-        {"2 - -3", "5"}, {"--3", "3"}, {"-2 * 3", "-6"}, {"2 * -3", "-6"}, {"- (1 + 2)", "-3"}, {"1-1", "0"},
+        {"1 + 2 * 3", "7"},
+        {"(1 + 2) * 3", "9"},
+        {"8 - 4 - 2", "2"},
+        {"8 / 4 / 2", "1"},
+        {"8 / 4 * 2", "4"},
+        {"2 - -3", "5"},
+        {"--3", "3"},
+        {"-2 * 3", "-6"},
+        {"2 * -3", "-6"},
+        {"- (1 + 2)", "-3"},
+        {"1-1", "0"},
         // constants and functions
-        {"time", "2"}, {"pi", "3.1415927410125732"}, {"sqr(3)", "9"}, {"sqrt(16)", "4"}, {"sin(0)", "0"},
-        {"cos(0)", "1"}, {"length(vec(2, 3, 6))", "7"}, {"noise(vec(1, 2, 3))", "0.21450795233249664"}, {"pow(2, 3)", "8"},
-        {"cross(vec(1, 0, 0), vec(0, 1, 0))", "vec(0, 0, 1)"}, {"uniform(5, 5)", "5"},
+        {"time", "2"},
+        {"pi", "3.1415927410125732"},
+        {"sqr(3)", "9"},
+        {"sqrt(16)", "4"},
+        {"sin(0)", "0"},
+        {"cos(0)", "1"},
+        {"length(vec(2, 3, 6))", "7"},
+        {"noise(vec(1, 2, 3))", "0.21450795233249664"},
+        {"pow(2, 3)", "8"},
+        {"cross(vec(1, 0, 0), vec(0, 1, 0))", "vec(0, 0, 1)"},
+        {"uniform(5, 5)", "5"},
         // records
-        {"vec(1, 2.5, -3)", "vec(1, 2.5, -3)"}, {"rgb(0.1, 0.2, 0.3)", "rgb(0.1, 0.2, 0.3)"},
+        {"vec(1, 2.5, -3)", "vec(1, 2.5, -3)"},
+        {"rgb(0.1, 0.2, 0.3)", "rgb(0.1, 0.2, 0.3)"},
         {"rgba(1, 0, 0.5, 0.25)", "rgba(1, 0, 0.5, 0.25)"},
         {"mat(vec(1,2,3), vec(4,5,6), vec(7,8,9))", "mat(vec(1, 2, 3), vec(4, 5, 6), vec(7, 8, 9))"},
         {"xform(mat(vec(1,0,0), vec(0,1,0), vec(0,0,1)), vec(0.1, 0, 0)) * vec(1, 0, 0)", "vec(1.1, 0, 0)"},
         {"xformhex(3f800000 00000000 00000000 00000000 40000000 00000000 00000000 00000000 3f800000 "
          "3ff8000000000000\n0000000000000000 BFF0000000000000)",
-            "xform(mat(vec(1, 0, 0), vec(0, 2, 0), vec(0, 0, 1)), vec(1.5, 0, -1))"},
+         "xform(mat(vec(1, 0, 0), vec(0, 2, 0), vec(0, 0, 1)), vec(1.5, 0, -1))"},
         {"id(0xFFffffffFFFFFFFF)", "id(0xffffffffffffffff)"},
         // texts: no escapes, the bytes as they are
-        {"\"a 'b' \\n\"", "\"a 'b' \\n\""}, {"'a \"b\"'", "'a \"b\"'"}, {"\"\"", "\"\""},
-        {"\"\"\"a \"b\" 'c'\nd\"\"\"", "\"\"\"a \"b\" 'c'\nd\"\"\""}, {"\"// no comment ; }\"", "\"// no comment ; }\""},
+        {"\"a 'b' \\n\"", "\"a 'b' \\n\""},
+        {"'a \"b\"'", "'a \"b\"'"},
+        {"\"\"", "\"\""},
+        {"\"\"\"a \"b\" 'c'\nd\"\"\"", "\"\"\"a \"b\" 'c'\nd\"\"\""},
+        {"\"// no comment ; }\"", "\"// no comment ; }\""},
         // lists and data
-        {"[]", "[]"}, {"[1, [2, 3], ]", "[1, [2, 3]]"}, {"vec[0 0 0, 1 0 2.5,]", "vec[0 0 0, 1 0 2.5]"},
-        {"rgb[1 0.5 0]", "rgb[1 0.5 0]"}, {"float[ 1\n2.5 ]", "float[1 2.5]"}, {"int[-1 2]", "int[-1 2]"},
-        {"string[\"a ] ;\", 'b']", "string[\"a ] ;\", \"b\"]"}, {"int[1 /* ] */ 2 // ]\n 3]", "int[1 2 3]"},
+        {"[]", "[]"},
+        {"[1, [2, 3], ]", "[1, [2, 3]]"},
+        {"vec[0 0 0, 1 0 2.5,]", "vec[0 0 0, 1 0 2.5]"},
+        {"rgb[1 0.5 0]", "rgb[1 0.5 0]"},
+        {"float[ 1\n2.5 ]", "float[1 2.5]"},
+        {"int[-1 2]", "int[-1 2]"},
+        {"string[\"a ] ;\", 'b']", "string[\"a ] ;\", \"b\"]"},
+        {"int[1 /* ] */ 2 // ]\n 3]", "int[1 2 3]"},
         {"float[]", "float[]"},
         // indices, all behind one value in one expression
-        {"[1, [2, 3]][1][0]", "2"}, {"[1, [2, 3]][1, 1]", "3"}, {"float[1 2 3][1]", "2"}, {"vec[1 2 3][0][2]", "3"},
-        {"([1, [2]][1])[0]", "Expression cannot be indexed."}, {".q[1]", "20"}, {"-.q[1] * 2", "-40"},
+        {"[1, [2, 3]][1][0]", "2"},
+        {"[1, [2, 3]][1, 1]", "3"},
+        {"float[1 2 3][1]", "2"},
+        {"vec[1 2 3][0][2]", "3"},
+        {"([1, [2]][1])[0]", "Expression cannot be indexed."},
+        {".q[1]", "20"},
+        {"-.q[1] * 2", "-40"},
         // keys
-        {"keys(0: 1, 4: 3)", "2"}, {"keys(4: 3, 0: 1,)", "2"}, {"keys()", "Interpolate expression has no keys."},
+        {"keys(0: 1, 4: 3)", "2"},
+        {"keys(4: 3, 0: 1,)", "2"},
+        {"keys()", "Interpolate expression has no keys."},
         {"keys(0: 1, .late: 3)", "2"},
         // names
-        {".q[0]", "10"}, {"o . q [0]", "10"}, {"o.`q`[0]", "10"}, {"`my object`.`1st.`", "7"}, {"@lamp", "@lamp"},
-        {"@lamp.power", "@lamp.power"}, {"@`my lamp`.`on`", "@`my lamp`.on"},
+        {".q[0]", "10"},
+        {"o . q [0]", "10"},
+        {"o.`q`[0]", "10"},
+        {"`my object`.`1st.`", "7"},
+        {"@lamp", "@lamp"},
+        {"@lamp.power", "@lamp.power"},
+        {"@`my lamp`.`on`", "@`my lamp`.on"},
         {"inform.x + timer.x", "3"}, // words only begin like those of the language
     };
     for (const auto& row : rows)
         EXPECT_EQ(valueOfP("scene 1;\nobject o { p = " + std::string(row.expression)
-                      + "; q = [10, 20]; late = .later; later = 4; }\n"
-                        "object `my object` { `1st.` = 7; } object inform { x = 1; } object timer { x = 2; }"),
-            row.value)
+                           + "; q = [10, 20]; late = .later; later = 4; }\n"
+                             "object `my object` { `1st.` = 7; } object inform { x = 1; } object timer { x = 2; }"),
+                  row.value)
             << row.expression;
 }
 
@@ -91,11 +139,14 @@ TEST(Reader, TakesBlanksAndCommentsBetweenAnyTwoWords)
 TEST(Reader, DrawsSamplesThatAnEditElsewhereKeeps)
 {
     // Computed apart: FNV-1a over name, 0, name, 0, occurrence and seed, splitmix64's finalizer, 24 bits.
-    const struct { const char* object; const char* property; std::uint32_t occurrence; float sample; } rows[] = {
-        {"o", "p", 0, 0x1.e00c780000000p-3f},
-        {"o", "p", 1, 0x1.68244a0000000p-1f},
-        {"o", "p", 2, 0x1.944f400000000p-2f},
-        {"lamp", "power", 0, 0x1.0169580000000p-2f},
+    const struct {
+        const char* object;
+        const char* property;
+        std::uint32_t occurrence;
+        float sample;
+    } rows[] = {
+        {"o", "p", 0, 0x1.e00c780000000p-3f}, {"o", "p", 1, 0x1.68244a0000000p-1f},
+        {"o", "p", 2, 0x1.944f400000000p-2f}, {"lamp", "power", 0, 0x1.0169580000000p-2f},
         {"é", "", 7, 0x1.e5e9400000000p-4f},
     };
     for (const auto& row : rows)
@@ -103,12 +154,14 @@ TEST(Reader, DrawsSamplesThatAnEditElsewhereKeeps)
 
     const std::string sample = valueOfP(inObject("p = [sample, uniform(0, 1), sample];"));
     EXPECT_EQ(sample, "[0.23439878225326538, 0.7034018635749817, 0.3948335647583008]");
-    EXPECT_EQ(valueOfP(inObject("other = sample; p = [sample, uniform(0, 1) + sqrt(0), sample]; more = sample;")), sample);
+    EXPECT_EQ(valueOfP(inObject("other = sample; p = [sample, uniform(0, 1) + sqrt(0), sample]; more = sample;")),
+              sample);
 }
 
 TEST(Reader, NotesWhereThingsStand)
 {
-    const std::string text = "scene 1;\nobject o {\n  p = (1 + .q) * -2;\n  `q r` = keys(0: [1][0], 2: 3);\n  q = vec[ 1 2 3 ];\n}\n";
+    const std::string text =
+        "scene 1;\nobject o {\n  p = (1 + .q) * -2;\n  `q r` = keys(0: [1][0], 2: 3);\n  q = vec[ 1 2 3 ];\n}\n";
     TextScene file(text);
     Scene& scene = file.scene;
     const auto textOfThing = [&](const void* thing) { return scene.file.textAt(scene.placeOf(thing)); };
@@ -149,13 +202,19 @@ TEST(Reader, EndsNestingAtAThousandLevels)
         }
         return inObject("p = " + before + inner + behind + "; list = [0, 1];");
     };
-    const struct { const char* open; const char* inner; const char* close; const char* value; } rows[] = {
-        {"(", "3", ")", "3"}, {"-", "3", "", "3"}, {"sqr(", "1", ")", "1"}, {"keys(0: ", "3", ")", "3"},
-        {"[", "3", "][0]", "3"}, {".list[", "1", "]", "1"},
+    const struct {
+        const char* open;
+        const char* inner;
+        const char* close;
+        const char* value;
+    } rows[] = {
+        {"(", "3", ")", "3"},        {"-", "3", "", "3"},     {"sqr(", "1", ")", "1"},
+        {"keys(0: ", "3", ")", "3"}, {"[", "3", "][0]", "3"}, {".list[", "1", "]", "1"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(valueOfP(nested(row.open, 1000, row.inner, row.close)), row.value) << row.open;
-        EXPECT_EQ(valueOfP(nested(row.open, 1001, row.inner, row.close)), "mistake: values are nested more than 1000 deep here");
+        EXPECT_EQ(valueOfP(nested(row.open, 1001, row.inner, row.close)),
+                  "mistake: values are nested more than 1000 deep here");
     }
     EXPECT_EQ(valueOfP(nested("(", 3'000'000, "3", ")")), "mistake: values are nested more than 1000 deep here");
     EXPECT_EQ(valueOfP(nested("1 + ", 9'000, "1", "")), "9001"); // a long sum is not nested

@@ -48,7 +48,8 @@ std::string inObject(std::string_view statements)
     return "scene 1; object o { " + std::string(statements) + " }";
 }
 
-ToolRun runMarl(const std::vector<std::string>& arguments, const std::filesystem::path& folder, const std::string& out)
+ToolRun runMarl(const std::vector<std::string>& arguments, const std::filesystem::path& folder,
+                const std::string& out)
 {
     const ScratchFolder scratch;
     const std::string outFile = out.empty() ? scratch.path("out") : out, errFile = scratch.path("err");

@@ -43,6 +43,7 @@ struct ToolRun {
 };
 
 // Runs the tool in the folder. Where out names a file, its output goes there.
-ToolRun runMarl(const std::vector<std::string>& arguments, const std::filesystem::path& folder, const std::string& out = {});
+ToolRun runMarl(const std::vector<std::string>& arguments, const std::filesystem::path& folder,
+                const std::string& out = {});
 
 } // namespace Marl::Host

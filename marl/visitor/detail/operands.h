@@ -102,7 +102,8 @@ inline const double* CalculationVisitor::leaf(FrequentNode shortcut, const Expre
     return nullptr;
 }
 
-[[gnu::always_inline]] inline MaybeNumber CalculationVisitor::walk(FrequentNode shortcut, ExpressionAST* node, int level)
+[[gnu::always_inline]] inline MaybeNumber CalculationVisitor::walk(FrequentNode shortcut, ExpressionAST* node,
+                                                                   int level)
 {
     if (shortcut == FrequentNode::Binary)
         return binary(static_cast<BinaryExpressionAST*>(node), level);
@@ -182,7 +183,8 @@ inline double CalculationVisitor::numberOrTake(MaybeNumber operand, const char* 
 }
 
 // The operand's number; what is refused stays on the stack.
-[[gnu::always_inline]] inline double CalculationVisitor::numberOrLeave(ExpressionAST* node, int level, const char* complaint)
+[[gnu::always_inline]] inline double CalculationVisitor::numberOrLeave(ExpressionAST* node, int level,
+                                                                       const char* complaint)
 {
     const auto [number, isThere] = operand(node, level);
     if (isThere)
