@@ -62,12 +62,14 @@ void CalculationVisitor::visitBinaryExpression(BinaryExpressionAST* node)
     pushNumber(binary(node, levelOfVisit()));
 }
 
+// Of most operators both operands are numbers or the time, and then there is nothing to walk.
 MaybeNumber CalculationVisitor::binary(BinaryExpressionAST* node, int level)
 {
-    if (shortcutTo(node->left) == FrequentNode::Binary)
+    const double* left = leaf(shortcutTo(node->left), node->left);
+    const double* right = leaf(shortcutTo(node->right), node->right);
+    if (!left || !right || level >= depthLimit)
         return chain(node, level);
-    const int inside = enter(level);
-    return operate(node, operand(node->left, inside), inside);
+    return combine(node->op, *left, *right);
 }
 
 // Sums and products lean to the left, ((a + b) + c) + d. Such a chain is walked down in a

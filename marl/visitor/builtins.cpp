@@ -23,6 +23,11 @@ int argumentsOf(Builtin function)
     // clang-format on
 }
 
+[[noreturn]] void failIncompleteCall()
+{
+    fail("Built-in function lacks an argument.");
+}
+
 // Every step in single precision.
 float length(const Vector& v)
 {
@@ -40,26 +45,21 @@ void CalculationVisitor::visitBuiltinFunction(BuiltinFunctionAST* node)
 MaybeNumber CalculationVisitor::call(BuiltinFunctionAST* node, int level)
 {
     const auto function = Builtin(node->functionId);
-    const double sample = widened(node->sample);
-    switch (function) {
-    case Builtin::Time: return just(timeParam);
-    case Builtin::Sample: return just(sample);
-    case Builtin::Pi: return just(widened(3.14159274f)); // pi in single precision, on purpose
-    default: break;
-    }
-
-    const int count = argumentsOf(function);
     ExpressionAST *const first = node->args[0], *const second = node->args[1];
-    if ((count > 0 && !first) || (count > 1 && !second))
-        fail("Built-in function lacks an argument.");
-    if (count == 0) { // no such function
-        valueStack.push();
-        return {};
-    }
-    const int inside = enter(level);
-    if (count == 2)
+    switch (argumentsOf(function)) {
+    case 1:
+        if (!first)
+            failIncompleteCall();
+        return apply(function, operand(first, enter(level)), 0);
+    case 2: {
+        if (!first || !second)
+            failIncompleteCall();
+        const int inside = enter(level);
         evaluate(first, inside);
-    return apply(function, operand(count == 2 ? second : first, inside), sample);
+        return apply(function, operand(second, inside), widened(node->sample));
+    }
+    default: return apply(function, {}, widened(node->sample));
+    }
 }
 
 // The last argument is a number or lies on the stack. Of two the first lies below it, and the
@@ -67,6 +67,9 @@ MaybeNumber CalculationVisitor::call(BuiltinFunctionAST* node, int level)
 MaybeNumber CalculationVisitor::apply(Builtin function, MaybeNumber last, double sample)
 {
     switch (function) {
+    case Builtin::Time: return just(timeParam);
+    case Builtin::Sample: return just(sample);
+    case Builtin::Pi: return just(widened(3.14159274f)); // pi in single precision, on purpose
     case Builtin::Sqr: {
         const double x = numberOrTake(last, "Function argument for sqr() expected to evaluate to a number.");
         return just(x * x);
@@ -96,7 +99,7 @@ MaybeNumber CalculationVisitor::apply(Builtin function, MaybeNumber last, double
         const double a = takeNumber("First function argument for uniform() expected to evaluate to a number.");
         return just((1.0 - sample) * a + b * sample);
     }
-    default: return {}; // has no arguments
+    default: return undefined();
     }
 }
 
