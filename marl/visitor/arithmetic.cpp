@@ -96,12 +96,13 @@ MaybeNumber CalculationVisitor::chain(BinaryExpressionAST* node, int level)
 inline MaybeNumber CalculationVisitor::operate(BinaryExpressionAST* node, MaybeNumber left, int level)
 {
     const FrequentNode rightNode = shortcutTo(node->right);
+    const double* leafNumber = leaf(rightNode, node->right);
     if (left.isThere) {
-        if (const double* right = leaf(rightNode, node->right))
-            return combine(node->op, left.number, *right);
+        if (leafNumber)
+            return combine(node->op, left.number, *leafNumber);
         valueStack.push(left.number);
     }
-    const MaybeNumber right = walk(rightNode, node->right, level);
+    const MaybeNumber right = leafNumber ? just(*leafNumber) : walk(rightNode, node->right, level);
     if (left.isThere && right.isThere) {
         valueStack.popNumber();
         return combine(node->op, left.number, right.number);
