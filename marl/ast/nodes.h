@@ -20,9 +20,9 @@ public:
     BinaryExpressionAST() : ExpressionAST(FrequentNode::Binary) {}
     void accept(Visitor* visitor) override;
 
+    TOKENTYPE op = TOKENTYPE(0);
     ExpressionAST* left = nullptr;
     ExpressionAST* right = nullptr;
-    TOKENTYPE op = TOKENTYPE(0);
 };
 
 class MARL_API NumberExpressionAST final : public ExpressionAST {
@@ -57,10 +57,10 @@ public:
     BuiltinFunctionAST() : ExpressionAST(FrequentNode::Builtin) {}
     void accept(Visitor* visitor) override;
 
+    int functionId = 0;
     // How many of args are set. Evaluation takes as many as the function has, whatever stands here.
     int argCount = 0;
     ExpressionAST* args[maxArgs] = {};
-    int functionId = 0;
     // A number drawn once for this call, in [0, 1): what sample is and uniform() blends by.
     float sample = 0;
 };

@@ -2,6 +2,13 @@
 
 namespace Marl {
 
+ProgramAST::~ProgramAST()
+{
+    for (ExpressionAST* node : nodes)
+        if (node)
+            std::destroy_at(node);
+}
+
 namespace {
 
 // Appends behind the last record; the hint saves the walk unless the chain was relinked by hand.

@@ -5,7 +5,7 @@
 
 #include <concepts>
 #include <deque>
-#include <memory>
+#include <memory_resource>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -48,6 +48,7 @@ private:
 class MARL_API ProgramAST {
 public:
     ProgramAST() = default;
+    ~ProgramAST();
     ProgramAST(const ProgramAST&) = delete;
     ProgramAST& operator=(const ProgramAST&) = delete;
 
@@ -55,9 +56,9 @@ public:
     template <std::derived_from<ExpressionAST> Node>
     Node* make()
     {
-        auto node = std::make_unique<Node>();
-        Node* made = node.get();
-        nodes.push_back(std::move(node));
+        nodes.push_back(nullptr); // so that nothing throws once the node is made
+        Node* made = std::pmr::polymorphic_allocator<>(&room).new_object<Node>();
+        nodes.back() = made;
         return made;
     }
 
@@ -78,7 +79,9 @@ private:
 
     ObjectAST* lastObject = nullptr;
 
-    std::vector<std::unique_ptr<ExpressionAST>> nodes;
+    // The nodes of a tree stand close together, for a walk of a cold tree mostly waits for memory.
+    std::pmr::monotonic_buffer_resource room;
+    std::vector<ExpressionAST*> nodes;
     std::deque<ListItem> items;
     std::deque<InterpolateKey> keys;
     std::deque<PropertyAST> properties;
