@@ -126,7 +126,7 @@ inline int CalculationVisitor::enter(int level) const
 }
 
 // The operand's number; nothing when its value is of another kind and lies on the stack.
-[[gnu::always_inline]] inline MaybeNumber CalculationVisitor::operand(ExpressionAST* node, int level)
+inline MaybeNumber CalculationVisitor::operand(ExpressionAST* node, int level)
 {
     const FrequentNode shortcut = shortcutTo(node);
     if (const double* number = leaf(shortcut, node))
@@ -183,8 +183,7 @@ inline double CalculationVisitor::numberOrTake(MaybeNumber operand, const char* 
 }
 
 // The operand's number; what is refused stays on the stack.
-[[gnu::always_inline]] inline double CalculationVisitor::numberOrLeave(ExpressionAST* node, int level,
-                                                                       const char* complaint)
+inline double CalculationVisitor::numberOrLeave(ExpressionAST* node, int level, const char* complaint)
 {
     const auto [number, isThere] = operand(node, level);
     if (isThere)
