@@ -75,11 +75,13 @@ public:
     }
 
 private:
+    // A NUL ends a comment too: from there on the source gave no bytes, and no item begins with it.
     void skipBehind(std::string_view token, std::size_t opening)
     {
         at += opening;
-        if (!takeUntil(token))
-            at = text.size();
+        const std::size_t given = std::min(text.find('\0', at), text.size());
+        const std::size_t end = text.find(token, at);
+        at = end < given ? end + token.size() : given;
     }
 
     std::string_view text;

@@ -33,8 +33,9 @@ void CalculationVisitor::visitRuntimeValueAST(RuntimeValueAST* node)
 void CalculationVisitor::visitStringExpression(StringExpressionAST* node)
 {
     node->load();
-    valueStack.push(node->text.clone());
-    valueStack.top().setScenePath(node->scenePath.clone());
+    Value value(node->text.clone());
+    value.setScenePath(node->scenePath.clone());
+    valueStack.push(std::move(value));
 }
 
 void CalculationVisitor::visitPropertyReferenceAST(PropertyReferenceAST* node)
