@@ -1,13 +1,17 @@
 #include <host/commands/tool.h>
 
 #include <host/commands/command.h>
+#include <host/report/did_you_mean.h>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstring>
 #include <new>
+#include <span>
+#include <vector>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -57,6 +61,24 @@ public:
     }
 };
 
+// What stands where a command should, or nothing.
+std::string_view strayCommand(const CLI::App& app, std::span<char*> arguments)
+{
+    const auto isWord = [](std::string_view argument) { return !argument.starts_with('-'); };
+    const auto word = std::ranges::find_if(arguments, isWord);
+    return app.get_subcommands().empty() && word != arguments.end() ? *word : std::string_view();
+}
+
+std::string noCommand(const CLI::App& app, std::string_view word)
+{
+    std::vector<std::string_view> names;
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
+        names.push_back(command->get_name());
+    const std::string suggestion = didYouMean(word, names);
+    return fmt::format("there is no command `{}`. {}", word,
+                       suggestion.empty() ? "`marl --help` shows the commands." : suggestion);
+}
+
 int fail(ExitStatus status, std::string_view message)
 {
     printError(fmt::format("marl: {}\n", message));
@@ -91,6 +113,9 @@ int runTool(int count, char** arguments)
             return fail(WrongUsage, "what is to be done? `marl --help` shows the commands");
         return status;
     } catch (const CLI::ParseError& asked) {
+        const std::string_view stray = strayCommand(app, {arguments + 1, arguments + std::max(count, 1)});
+        if (asked.get_exit_code() != 0 && !stray.empty())
+            return fail(WrongUsage, noCommand(app, stray));
         return app.exit(asked) == 0 ? Fine : WrongUsage;
     } catch (const UsageError& wrong) {
         return fail(WrongUsage, wrong.what());

@@ -245,7 +245,7 @@ TEST(Eval, TellsBadInputApart)
         {{"eval", "good.scene", "--time", "1", "--from", "0", "--to", "1", "--step", "1"}, 2, "only one of them"},
         {{"eval", "good.scene", "--format", "xml"}, 2, "--format"},
         {{"eval"}, 2, "FILE is required"},
-        {{"paint", "good.scene"}, 2, "not expected: good.scene paint"},
+        {{"paint", "good.scene"}, 2, "no command `paint`. `marl --help`"},
         {{}, 2, "marl: what is to be done?"},
     };
     for (const auto& row : rows) {

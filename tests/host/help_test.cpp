@@ -92,9 +92,10 @@ TEST(Help, TellsWhatIsNoCommand)
         const char* err;
     } rows[] = {
         {{}, 2, "marl: what is to be done? `marl --help` shows the commands\n"},
-        {{"evaluate"},
+        {{"evla", "s.scene"}, 2, "marl: there is no command `evla`. Did you mean `eval`?\n"},
+        {{"--evaluate"},
          2,
-         "The following argument was not expected: evaluate\nRun with --help for more information.\n"},
+         "The following argument was not expected: --evaluate\nRun with --help for more information.\n"},
         {{"eval"}, 2, "FILE is required\nRun with --help for more information.\n"},
         {{"eval", "s.scene", "--jobs", "0"},
          2,
