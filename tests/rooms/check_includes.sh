@@ -15,6 +15,7 @@ rooms=(
     "examples     marl/ examples/"
     "tests        marl/ host/ tests/"
     "benchmarks   marl/ benchmarks/"
+    "fuzz         marl/ host/ fuzz/"
 )
 cpp_header='^[a-z_]+$' # every header of the C++ standard is one word without a suffix
 posix_headers=" pthread.h "
@@ -50,7 +51,7 @@ check() # FILE LINE HEADER
     local file=$1 place=$1:$2 header=$3 room allowed
     read -r room allowed <<<"$(roomOf "$file")"
     # shellcheck disable=SC2086 # the allowed ones are words of their own
-    if [[ $header =~ ^(marl|host|examples|tests|benchmarks)/ ]]; then
+    if [[ $header =~ ^(marl|host|examples|tests|benchmarks|fuzz)/ ]]; then
         mayInclude "$header" $allowed || report "$place: $room may not include $header"
         if [[ $header == marl/*detail/* ]]; then
             [[ $file == marl/* ]] || report "$place: $header is the library's own"
@@ -62,7 +63,7 @@ check() # FILE LINE HEADER
 }
 
 folders=()
-for folder in marl host examples tests benchmarks; do
+for folder in marl host examples tests benchmarks fuzz; do
     [[ ! -d $folder ]] || folders+=("$folder")
 done
 include='^[[:space:]]*#[[:space:]]*include[[:space:]]*[<"]([^>"]+)[>"]'

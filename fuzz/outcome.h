@@ -1,0 +1,23 @@
+// What came of an evaluation, so that those of two evaluators can be compared.
+#pragma once
+
+#include <fuzz/reference_walk.h>
+
+#include <marl/marl.h>
+
+#include <string>
+
+namespace Marl::Fuzz {
+
+struct Outcome {
+    std::string failure; // its message, or nothing
+    Value top;           // of the stack: the result, or what a failure left there
+};
+
+Outcome outcomeOf(ReferenceWalk& walk, ExpressionAST* root); // throws ReferenceWalk::TooMuchWork
+Outcome outcomeOf(CalculationVisitor& evaluator, ExpressionAST* root);
+
+// Ends the process where they differ in failure, kind or bits, and says so.
+void expectSame(const char* evaluator, const Outcome& outcome, const Outcome& expected);
+
+} // namespace Marl::Fuzz

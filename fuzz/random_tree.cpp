@@ -1,0 +1,377 @@
+#include <fuzz/random_tree.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <iterator>
+#include <limits>
+
+namespace Marl::Fuzz {
+
+namespace {
+
+// A host's own node: nothing is known of it, and it hands on to another one.
+class HandingOnAST final : public ExpressionAST {
+public:
+    void accept(Visitor* visitor) override
+    {
+        if (!inner)
+            throw InvalidOpException("Nothing to hand on to.");
+        inner->accept(visitor);
+    }
+    ExpressionAST* getElement(int index) override { return index == 0 ? inner : nullptr; }
+
+    ExpressionAST* inner = nullptr;
+};
+
+constexpr double inf = std::numeric_limits<double>::infinity();
+
+// Where precision, rounding and ranges end.
+constexpr double numbers[] = {
+    0,        1,    -1,     2,       0.5,    0.1,          1.1,           -0.0,
+    3,        10,   1e39,   -1e39,   1e-39,  1e-46,        3.4028235e38,  inf,
+    -inf,     -2.9, -0.5,   1e300,   1e-320, 2147483647.5, -2147483648.5, std::numeric_limits<double>::quiet_NaN(),
+    16777217, 1e9,  0.3333, 7829375,
+};
+
+// Texts of data lists and others, whole and broken. Nodes take one, or a piece that cuts into two.
+constexpr std::string_view texts[] = {
+    "1 -2 3",
+    "0.5 1e-50 nan -inf",
+    "0 0 0, 1 0.1 2.5,",
+    R"("one", 'two', """three""")",
+    "1e39",
+    "1 2, 3",
+    "\"open",
+    "00000000 3f800000 00000000 bf800000 00000000 00000000 00000000 00000000 3f800000 "
+    "4024000000000000 7ff8000000000000 0000000000000001",
+    "/* nothing */",
+};
+
+std::string joined()
+{
+    std::string whole;
+    for (const std::string_view text : texts)
+        whole += text;
+    return whole;
+}
+
+const std::string source = joined();
+
+} // namespace
+
+void TextStream::read(char* buffer, int size, int*)
+{
+    const auto begin = static_cast<std::size_t>(std::clamp<std::int64_t>(position, 0, std::ssize(source)));
+    const std::size_t got = source.copy(buffer, static_cast<std::size_t>(std::max(size, 0)), begin);
+    position += static_cast<std::int64_t>(got);
+}
+
+RandomTree::RandomTree(std::span<const std::uint8_t> given, Host::RunningScene& running)
+    : bytes(given.data(), given.size()), parser(running)
+{
+    const int flags = below(16);
+    holdsKeys = flags == 1;
+    isSorted = flags % 2 == 0;
+    depthLimit = flags < 4 ? below(16) : 200;
+    for (double& time : times)
+        time = number();
+    ObjectAST* object = program.addObject("o");
+    for (int i = 1 + below(4); i > 0; --i)
+        properties.push_back(object->addProperty("p", nullptr));
+    for (PropertyAST* property : properties)
+        property->expression = node(anyKind());
+}
+
+double RandomTree::number()
+{
+    const auto choice = bytes.ConsumeIntegral<std::uint8_t>();
+    if (choice < std::size(numbers))
+        return numbers[choice];
+    if (choice < 224)
+        return (choice - 128) / 8.0;
+    return std::bit_cast<double>(bytes.ConsumeIntegral<std::uint64_t>());
+}
+
+const char* RandomTree::name()
+{
+    constexpr const char* names[] = {"lamp", "camera", "", nullptr};
+    return names[below(std::size(names))];
+}
+
+// Mostly the real count.
+int RandomTree::count(int real)
+{
+    const int choice = below(16);
+    return choice < 12 ? real : choice - 14 + real;
+}
+
+template <typename Node>
+Node* RandomTree::make()
+{
+    Node* node = program.make<Node>();
+    made.push_back(node);
+    return node;
+}
+
+ExpressionAST* RandomTree::node(ValueType wanted)
+{
+    constexpr int mostLevels = 150;
+    if (levels == mostLevels)
+        return nullptr;
+    ++levels;
+    ExpressionAST* node = wanted != ValueType::Undefined && below(32) > 0 ? nodeOf(wanted) : anyNode();
+    --levels;
+    return node;
+}
+
+// No bytes are zeros, which are numbers: a tree ends where its bytes do.
+// clang-format off
+ExpressionAST* RandomTree::anyNode()
+{
+    switch (below(40)) {
+    case 1: case 2: case 3: case 4: return binary(anyKind());
+    case 5: case 6: return builtin();
+    case 7: case 8: return list();
+    case 9: case 10: return reference();
+    case 11: case 12: return element();
+    case 13: case 14: return keys(anyKind());
+    case 15: return negated(anyKind());
+    case 16: return vector(3);
+    case 17: return vector(below(8));
+    case 18: return matrix();
+    case 19: return alphaColor();
+    case 20: return transform();
+    case 21: return placed(make<TransformHexExpressionAST>());
+    case 22: return string();
+    case 23: return named<ObjectReferenceAST>();
+    case 24: return named<RuntimeValueAST>();
+    case 25: return data<Vector>();
+    case 26: return data<int>();
+    case 27: return data<Color>();
+    case 28: return data<float>();
+    case 29: return data<CharString>();
+    case 30: return identifier();
+    case 31: return handedOn();
+    case 32: case 33: return made.empty() ? nullptr : made[static_cast<std::size_t>(below(static_cast<int>(made.size())))];
+    case 34: return nullptr;
+    }
+    return constant();
+}
+
+// Trees of kinds at random fail early; this one has a value of that kind if those below it have.
+ExpressionAST* RandomTree::nodeOf(ValueType kind)
+{
+    switch (below(16)) {
+    case 1: case 2: return binary(kind);
+    case 3: case 4: return keys(kind);
+    case 5: return negated(kind);
+    case 6: return reference();
+    }
+    switch (kind) {
+    case ValueType::Double:     return below(8) == 1 ? builtin() : constant();
+    case ValueType::List:       return list();
+    case ValueType::Vector:     return vector(3);
+    case ValueType::Matrix:     return matrix();
+    case ValueType::Color:      return vector(5);
+    case ValueType::AColor:     return alphaColor();
+    case ValueType::Transform:  return transform();
+    case ValueType::ListVector: return data<Vector>();
+    case ValueType::ListInt:    return data<int>();
+    case ValueType::ListColor:  return data<Color>();
+    case ValueType::ListFloat:  return data<float>();
+    default:                    return reference();
+    }
+}
+// clang-format on
+
+ExpressionAST* RandomTree::constant()
+{
+    auto* node = make<NumberExpressionAST>();
+    node->number = number();
+    return node;
+}
+
+ExpressionAST* RandomTree::binary(ValueType kind)
+{
+    auto* node = make<BinaryExpressionAST>();
+    const int op = below(32);
+    node->op = TOKENTYPE(op < 30 ? TOKEN_PLUS + op % 4 : 42 - op);
+    node->left = this->node(kind);
+    const int other = below(8);
+    node->right = this->node(other == 1 ? anyKind() : other == 2 ? ValueType::Double : kind);
+    return node;
+}
+
+ExpressionAST* RandomTree::builtin()
+{
+    auto* node = make<BuiltinFunctionAST>();
+    node->functionId = below(16) - 1;
+    node->sample = singleNumber();
+    const bool takesVectors = node->functionId == 8 || node->functionId == 9 || node->functionId == 11;
+    const int given = below(8) == 1 ? below(5) : 2;
+    for (int i = 0; i < given; ++i)
+        node->args[i] = this->node(takesVectors ? ValueType::Vector : ValueType::Double);
+    node->argCount = count(given);
+    return node;
+}
+
+ExpressionAST* RandomTree::list()
+{
+    auto* node = make<ListExpressionAST>();
+    for (int items = below(5); items > 0; --items)
+        program.append(node, this->node());
+    node->itemCount = count(node->itemCount);
+    return node;
+}
+
+ExpressionAST* RandomTree::reference()
+{
+    auto* node = make<PropertyReferenceAST>();
+    const int choice = below(static_cast<int>(properties.size()) + 1);
+    if (choice > 0)
+        node->property = properties[static_cast<std::size_t>(choice - 1)];
+    return node;
+}
+
+ExpressionAST* RandomTree::element()
+{
+    auto* node = make<ArrayExpressionAST>();
+    node->target = below(4) == 1 ? reference() : this->node(anyKind());
+    for (int indices = below(4); indices > 0; --indices)
+        node->indices.push_back(this->node(ValueType::Double));
+    return node;
+}
+
+ExpressionAST* RandomTree::keys(ValueType kind)
+{
+    auto* node = make<InterpolateExpressionAST>();
+    interpolations.push_back(node);
+    for (int keys = below(16) == 1 ? 0 : 1 + below(4); keys > 0; --keys) {
+        ExpressionAST* time = this->node(ValueType::Double);
+        program.append(node, time, this->node(kind));
+    }
+    node->keyCount = count(node->keyCount);
+    return node;
+}
+
+ExpressionAST* RandomTree::negated(ValueType kind)
+{
+    auto* node = make<NegatedExpressionAST>();
+    node->operand = this->node(kind);
+    return node;
+}
+
+ExpressionAST* RandomTree::vector(int type)
+{
+    auto* node = make<VectorExpressionAST>();
+    node->valueType = type;
+    for (ExpressionAST*& component : node->components)
+        component = this->node(ValueType::Double);
+    return node;
+}
+
+ExpressionAST* RandomTree::matrix()
+{
+    auto* node = make<MatrixExpressionAST>();
+    for (ExpressionAST*& column : node->columns)
+        column = this->node(ValueType::Vector);
+    return node;
+}
+
+ExpressionAST* RandomTree::alphaColor()
+{
+    auto* node = make<AColorExpressionAST>();
+    for (ExpressionAST*& component : node->components)
+        component = this->node(ValueType::Double);
+    return node;
+}
+
+ExpressionAST* RandomTree::transform()
+{
+    auto* node = make<TransformExpressionAST>();
+    node->matrix = this->node(ValueType::Matrix);
+    node->offset = this->node(ValueType::Vector);
+    return node;
+}
+
+ExpressionAST* RandomTree::identifier()
+{
+    auto* node = make<ObjectIDExpressionAST>();
+    node->objectID.value = bytes.ConsumeIntegral<std::uint64_t>();
+    return node;
+}
+
+ExpressionAST* RandomTree::handedOn()
+{
+    auto* node = make<HandingOnAST>();
+    // Nodes of this kind alone are no visit, so no limit would end a circle of them.
+    ExpressionAST* inner = this->node();
+    if (!dynamic_cast<HandingOnAST*>(inner))
+        node->inner = inner;
+    return node;
+}
+
+ExpressionAST* RandomTree::string()
+{
+    auto* node = placed(make<StringExpressionAST>());
+    node->scenePath = name();
+    node->text = name();
+    node->loaded = below(2);
+    return node;
+}
+
+template <typename Node>
+ExpressionAST* RandomTree::named()
+{
+    auto* node = make<Node>();
+    node->objectName = name();
+    if constexpr (std::is_same_v<Node, RuntimeValueAST>)
+        node->propertyName = name();
+    if (below(8) > 0)
+        node->parser = &parser;
+    return node;
+}
+
+// Gives a node its place in the source.
+template <typename Node>
+Node* RandomTree::placed(Node* node)
+{
+    const auto choice = static_cast<std::size_t>(below(16));
+    if (choice < std::size(texts)) {
+        node->sourceOffset = texts[choice].empty() ? 0 : static_cast<std::int64_t>(source.find(texts[choice]));
+        node->length = static_cast<int>(texts[choice].size());
+    } else {
+        node->sourceOffset = bytes.ConsumeIntegral<std::uint8_t>();
+        node->length = bytes.ConsumeIntegral<std::uint8_t>() - 2;
+    }
+    const int missing = below(16);
+    node->owner = missing == 1 ? nullptr : &owner;
+    node->stream = missing == 2 ? nullptr : &stream;
+    return node;
+}
+
+template <typename T>
+ExpressionAST* RandomTree::data()
+{
+    auto* node = placed(make<ListTypeExpressionAST<T>>());
+    node->scenePath = name();
+    if (below(4) == 1)
+        return node;
+    node->loaded = 1;
+    node->values.allocArray(below(4));
+    for (T& value : std::span(node->values.data, static_cast<std::size_t>(node->values.count))) {
+        if constexpr (std::is_same_v<T, CharString>)
+            value = name();
+        else if constexpr (std::is_same_v<T, int>)
+            value = bytes.ConsumeIntegral<int>();
+        else if constexpr (std::is_same_v<T, float>)
+            value = singleNumber();
+        else
+            value = {singleNumber(), singleNumber(), singleNumber()};
+    }
+    shareCounts.push_back(&node->values.shared->refCount);
+    return node;
+}
+
+} // namespace Marl::Fuzz

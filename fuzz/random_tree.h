@@ -1,0 +1,90 @@
+// A tree that bytes describe. Every string of bytes is one, and the same bytes give the same tree.
+#pragma once
+
+#include <host/scene/running_scene.h>
+
+#include <marl/marl.h>
+
+#include <fuzzer/FuzzedDataProvider.h>
+
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace Marl::Fuzz {
+
+// The text that nodes of the tree read from.
+class TextStream final : public SourceStream {
+public:
+    std::int64_t tell() override { return position; }
+    void seek(std::int64_t to) override { position = to; }
+    void read(char* buffer, int size, int* status) override;
+
+private:
+    std::int64_t position = 0;
+};
+
+// All kinds of nodes, as hosts may build them by mistake too: nodes of any kind anywhere, nodes
+// missing, nodes in more than one place or below themselves, references to nothing, to each
+// other and in circles, counts that are not so, operators that do not exist.
+class RandomTree {
+public:
+    RandomTree(std::span<const std::uint8_t> bytes, Host::RunningScene& running);
+
+    // How to evaluate it.
+    double times[2];
+    bool holdsKeys;
+    int depthLimit;
+    bool isSorted; // whether the keys are to be sorted first
+
+    ProgramAST program;
+    std::vector<PropertyAST*> properties; // some may have no expression
+    std::vector<InterpolateExpressionAST*> interpolations;
+    std::vector<const int*> shareCounts; // of the data lists that are read already
+
+private:
+    int below(int end) { return bytes.ConsumeIntegralInRange(0, end - 1); }
+    double number();
+    float singleNumber() { return static_cast<float>(number()); }
+    const char* name();
+    int count(int real);
+
+    ValueType anyKind() { return ValueType(below(12)); }
+
+    // A node, mostly one that has a value of the wanted kind.
+    ExpressionAST* node(ValueType wanted = ValueType::Undefined);
+    ExpressionAST* nodeOf(ValueType kind);
+    ExpressionAST* anyNode();
+    template <typename Node>
+    Node* make();
+    ExpressionAST* constant();
+    ExpressionAST* binary(ValueType kind);
+    ExpressionAST* builtin();
+    ExpressionAST* list();
+    ExpressionAST* reference();
+    ExpressionAST* element();
+    ExpressionAST* keys(ValueType kind);
+    ExpressionAST* negated(ValueType kind);
+    ExpressionAST* vector(int type);
+    ExpressionAST* matrix();
+    ExpressionAST* alphaColor();
+    ExpressionAST* transform();
+    ExpressionAST* identifier();
+    ExpressionAST* handedOn();
+    ExpressionAST* string();
+    template <typename T>
+    ExpressionAST* data();
+    template <typename Node>
+    Node* placed(Node* node);
+    template <typename Node>
+    ExpressionAST* named();
+
+    FuzzedDataProvider bytes;
+    Parser& parser;
+    SourceOwner owner;
+    TextStream stream;
+    std::vector<ExpressionAST*> made;
+    int levels = 0;
+};
+
+} // namespace Marl::Fuzz
