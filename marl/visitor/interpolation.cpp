@@ -14,8 +14,8 @@ namespace Marl {
 // later key the earlier one's value holds.
 struct CalculationVisitor::Bracket {
     InterpolateKey* earlier;
-    InterpolateKey* later;
-    double factor;
+    InterpolateKey* later = nullptr;
+    double factor = 0;
 };
 
 namespace {
@@ -75,9 +75,9 @@ CalculationVisitor::bracketKnownTime(const InterpolateExpressionAST::ConstantTim
 {
     const auto& [times, keys, nesting] = known;
     if (times.size() == 1 || !(timeParam > times.front()))
-        return {keys.front(), nullptr, 0};
+        return {keys.front()};
     if (timeParam >= times.back())
-        return {keys.back(), nullptr, 0};
+        return {keys.back()};
     const auto later = static_cast<std::size_t>(std::ranges::upper_bound(times, timeParam) - times.begin());
     return {keys[later - 1], keys[later], share(times[later - 1], timeParam, times[later])};
 }
@@ -105,9 +105,9 @@ CalculationVisitor::bracketVaryingTime(InterpolateExpressionAST* node, int level
     if (!previous)
         fail("Interpolate expression has no keys.");
     if (previous == node->firstKey || !(timeParam > firstTime))
-        return {node->firstKey, nullptr, 0};
+        return {node->firstKey};
     if (timeParam >= previousTime)
-        return {node->lastKey, nullptr, 0};
+        return {node->lastKey};
     return {earlier, later, factor};
 }
 

@@ -2,12 +2,15 @@
 #include <tests/support/shown.h>
 #include <tests/support/tree.h>
 
+#include <marl/visitor/calculation_visitor.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 #include <span>
 #include <string_view>
+#include <utility>
 
 namespace Marl::Tests {
 namespace {
@@ -222,6 +225,20 @@ TEST(Operators, AnUnknownTokenGivesAnUndefinedValueOfTwoEvaluatedOperands)
         EXPECT_EQ(resultOf(t.binary(t.traced('l', 1), token, t.traced('r', 2))), "undefined");
         EXPECT_EQ(t.trail, "lr");
     }
+}
+
+// A tree's numbers go another way.
+TEST(Operators, TakeTheNumbersOfAHost)
+{
+    CalculationVisitor evaluator;
+    const Value left(7.0), right(2.0);
+    for (const auto& [op, result] :
+         {std::pair(TOKEN_PLUS, "9"), std::pair(TOKEN_MINUS, "5"), std::pair(TOKEN_MULTIPLY, "14"),
+          std::pair(TOKEN_DIVIDE, "3.5"), std::pair(TOKENTYPE(0), "undefined")})
+        EXPECT_EQ(shown(evaluator.doOp(op, left, right)), result);
+    Value negated(2.5);
+    evaluator.negate(negated);
+    EXPECT_EQ(shown(negated), "-2.5");
 }
 
 } // namespace
