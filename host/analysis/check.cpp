@@ -16,8 +16,7 @@ constexpr std::uint64_t manyVisits = 1'000'000;
 
 std::string placeText(Scene& scene, const void* thing)
 {
-    const auto [line, column] = scene.file.lineColumn(scene.placeOf(thing).begin);
-    return fmt::format("{}:{}", line, column);
+    return scene.file.lineColumnText(scene.placeOf(thing).begin);
 }
 
 void warnOfDoubledName(Scene& scene, const SceneProperty& property, std::vector<Diagnostic>& warnings)

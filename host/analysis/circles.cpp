@@ -83,10 +83,8 @@ private:
         const auto begin = [&](const PropertyAST* property) { return scene.placeOf(property).begin; };
         std::rotate(circle.begin(), std::ranges::min_element(circle, {}, begin), circle.end());
         std::string text = "Property references form a cycle: ";
-        for (const PropertyAST* property : circle) {
-            const auto [line, column] = scene.file.lineColumn(begin(property));
-            text += fmt::format("{} ({}:{}) -> ", nameOf(property), line, column);
-        }
+        for (const PropertyAST* property : circle)
+            text += fmt::format("{} ({}) -> ", nameOf(property), scene.file.lineColumnText(begin(property)));
         resolution.mistakes.push_back(
             {Severity::Error, scene.placeOf(circle.front()), text + nameOf(circle.front())});
     }

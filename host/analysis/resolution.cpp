@@ -95,9 +95,9 @@ void findDoubledObjects(Scene& scene, std::vector<Diagnostic>& mistakes)
         const ObjectAST* first = scene.findObject(textOf(object->name));
         if (first == object || textOf(object->name).empty()) // a mistake took the name
             continue;
-        const auto [line, column] = scene.file.lineColumn(scene.placeOf(first).begin);
         mistakes.push_back({Severity::Error, scene.placeOf(object),
-                            fmt::format("there is an object of this name already, at {}:{}", line, column)});
+                            fmt::format("there is an object of this name already, at {}",
+                                        scene.file.lineColumnText(scene.placeOf(first).begin))});
     }
 }
 

@@ -115,8 +115,8 @@ private:
         std::string& text = labels[property];
         if (text.empty()) {
             const SceneProperty& named = scene.properties[property];
-            const auto [line, column] = scene.file.lineColumn(scene.placeOf(named.property).begin);
-            text = fmt::format("{} ({}:{})", printable(named.name()), line, column);
+            text = fmt::format("{} ({})", printable(named.name()),
+                               scene.file.lineColumnText(scene.placeOf(named.property).begin));
         }
         return text;
     }

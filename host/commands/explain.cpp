@@ -30,12 +30,6 @@ struct ExplainOptions {
 constexpr std::size_t textWidth = 50;
 constexpr std::size_t valueWidth = 60;
 
-std::string placeText(Scene& scene, Span place)
-{
-    const auto [line, column] = scene.file.lineColumn(place.begin);
-    return fmt::format("{}:{}", line, column);
-}
-
 struct Row {
     std::string place, text, kind, value;
     bool isMarked;
@@ -46,7 +40,7 @@ Row rowOf(const ExplainedPart& part, Scene& scene)
     constexpr std::int64_t mostBytes = 1000; // of which the text needs the first
     Row row{{}, std::string(2 * static_cast<std::size_t>(part.level), ' '), {}, part.remark, part.fails};
     if (part.place) {
-        row.place = placeText(scene, *part.place);
+        row.place = scene.file.lineColumnText(part.place->begin);
         const std::int64_t end = std::min(part.place->end, part.place->begin + mostBytes);
         row.text += shortText(scene.file.textAt({part.place->begin, end}), textWidth);
     } else {
@@ -61,7 +55,7 @@ Row rowOf(const ExplainedPart& part, Scene& scene)
     if (const auto* reference = part.reference; reference && reference->property)
         row.value += fmt::format(
             "  from {} ({})", printable(quotedName(textOf(reference->objectName), textOf(reference->propertyName))),
-            placeText(scene, scene.placeOf(reference->property)));
+            scene.file.lineColumnText(scene.placeOf(reference->property).begin));
     return row;
 }
 
@@ -93,8 +87,8 @@ int runExplain(const ExplainOptions& options)
     bool anyFailed = false;
     for (const SceneProperty& property : selectProperties(scene, {&options.name, 1})) {
         output.write(fmt::format("{}:{}: {} at time {}\n", scene.file.path(),
-                                 placeText(scene, scene.placeOf(property.property)), printable(property.name()),
-                                 numberText(moment.time)));
+                                 scene.file.lineColumnText(scene.placeOf(property.property).begin),
+                                 printable(property.name()), numberText(moment.time)));
         std::vector<Row> rows;
         for (const ExplainedPart& part : explain(scene, property, moment)) {
             rows.push_back(rowOf(part, scene));

@@ -72,10 +72,9 @@ void sortByPlace(std::vector<Diagnostic>& diagnostics)
 
 std::string describe(const Diagnostic& diagnostic, SceneFile& file)
 {
-    const auto [line, column] = file.lineColumn(diagnostic.place.begin);
     const Excerpt excerpt = excerptAt(diagnostic.place, file);
     const std::size_t width = utf8Characters(excerpt.marked).size();
-    return fmt::format("{}:{}:{}: {}: {}\n{}{}{}\n{}^{}\n", file.path(), line, column,
+    return fmt::format("{}:{}: {}: {}\n{}{}{}\n{}^{}\n", file.path(), file.lineColumnText(diagnostic.place.begin),
                        severityName(diagnostic.severity), printable(sentence(diagnostic)), printable(excerpt.before),
                        printable(excerpt.marked), printable(excerpt.after), blanksFor(excerpt.before),
                        std::string(width > 1 ? width - 1 : 0, '~'));

@@ -1,5 +1,7 @@
 #include <host/scene/scene_file.h>
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -104,6 +106,12 @@ LineColumn SceneFile::lineColumn(std::int64_t offset)
     const std::string rest = textAt({offset / blockSize * blockSize, offset});
     const std::int64_t begin = lineBegin(offset);
     return {1 + mark.lines + std::ranges::count(rest, '\n'), 1 + offset - begin};
+}
+
+std::string SceneFile::lineColumnText(std::int64_t offset)
+{
+    const auto [line, column] = lineColumn(offset);
+    return fmt::format("{}:{}", line, column);
 }
 
 std::int64_t SceneFile::lineBegin(std::int64_t offset)

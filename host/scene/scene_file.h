@@ -48,6 +48,7 @@ public:
 
     // Lines are found on demand, by one walk through the file that keeps a mark every 64 KiB.
     LineColumn lineColumn(std::int64_t offset);
+    std::string lineColumnText(std::int64_t offset); // "4:18"
     std::int64_t lineBegin(std::int64_t offset);
 
 private:

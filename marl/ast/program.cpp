@@ -1,13 +1,8 @@
 #include <marl/ast/program.h>
 
-namespace Marl {
+#include <memory>
 
-ProgramAST::~ProgramAST()
-{
-    for (ExpressionAST* node : nodes)
-        if (node)
-            std::destroy_at(node);
-}
+namespace Marl {
 
 namespace {
 
@@ -23,6 +18,13 @@ void link(Record*& first, Record*& lastHint, Record* added)
 }
 
 } // namespace
+
+ProgramAST::~ProgramAST()
+{
+    for (ExpressionAST* node : nodes)
+        if (node)
+            std::destroy_at(node);
+}
 
 PropertyAST* ObjectAST::addProperty(const char* propertyName, ExpressionAST* expression)
 {

@@ -79,7 +79,7 @@ private:
 
     ObjectAST* lastObject = nullptr;
 
-    // The nodes of a tree stand close together, for a walk of a cold tree mostly waits for memory.
+    // The nodes of a tree stand close together, which a walk of a cold tree gains by.
     std::pmr::monotonic_buffer_resource room;
     std::vector<ExpressionAST*> nodes;
     std::deque<ListItem> items;

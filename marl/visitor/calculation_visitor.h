@@ -4,10 +4,9 @@
 #include <marl/api.h>
 #include <marl/ast/nodes.h>
 #include <marl/ast/visitor.h>
+#include <marl/value/maybe_number.h>
 #include <marl/value/value.h>
 #include <marl/visitor/value_stack.h>
-
-#include <marl/value/maybe_number.h>
 
 namespace Marl {
 

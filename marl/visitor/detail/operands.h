@@ -12,7 +12,6 @@
 #include <marl/value/detail/failures.h>
 #include <marl/visitor/calculation_visitor.h>
 
-#include <marl/value/maybe_number.h>
 #include <typeinfo>
 #include <utility>
 
