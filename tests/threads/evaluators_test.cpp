@@ -9,9 +9,12 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
+#include <algorithm>
+#include <atomic>
 #include <barrier>
+#include <set>
 #include <thread>
+#include <typeindex>
 #include <vector>
 
 namespace Marl::Tests {
@@ -19,124 +22,159 @@ namespace {
 
 constexpr int threads = 8;
 
-// What each of the threads gives; none starts before the last one is there.
-template <typename Action>
-auto onAllThreads(const Action& action)
+// None of the threads starts before the last one is there.
+void onAllThreads(const std::invocable<int> auto& action)
 {
-    std::array<decltype(action(0)), threads> results;
     std::barrier start(threads);
-    {
-        std::vector<std::jthread> running;
-        for (int i = 0; i < threads; ++i)
-            running.emplace_back([&, i] {
-                start.arrive_and_wait();
-                results[static_cast<std::size_t>(i)] = action(i);
-            });
-    }
-    return results;
+    std::vector<std::jthread> running;
+    for (int i = 0; i < threads; ++i)
+        running.emplace_back([&, i] {
+            start.arrive_and_wait();
+            action(i);
+        });
 }
 
 // The first test of this program, for a process builds its noise tables once.
 TEST(Evaluators, MeetTheFirstNoiseTogether)
 {
-    for (const float noise : onAllThreads([](int) { return CalculationVisitor().noise({1, 2, 3}); }))
-        EXPECT_EQ(noise, 0x1.b74ff2p-3f);
+    onAllThreads([](int) { EXPECT_EQ(CalculationVisitor().noise({1, 2, 3}), 0x1.b74ff2p-3f); });
 }
 
-// A scene with every way in which evaluators share, and nothing of it used yet.
+// Every kind of node and every way in which evaluators share, nothing of it used yet. What is only
+// indexed begins where its text does, what is evaluated as a whole at the blank before.
 struct Scene {
+    // clang-format off
+    using Texts   = ListTypeExpressionAST<CharString>;
+    using Vectors = ListTypeExpressionAST<Vector>;
+    using Colors  = ListTypeExpressionAST<Color>;
+    using Floats  = ListTypeExpressionAST<float>;
+    using Ints    = ListTypeExpressionAST<int>;
+    // clang-format on
+
     SourceOwner owner;
-    FakeStream stream{"lamp rig 'a', 'b' 1 2 3, 4 5 6 7 8 9 " + std::string(120, '0')};
+    FakeStream stream{"lamp 'a', 'b' 1 2 3, 4 5 6 7 8 9 3f800000" + std::string(112, '0')};
     Object rig{"rig"};
     FixedParser parser{&rig};
     Tree t;
-    ExpressionAST* root = nullptr;
+    ExpressionAST* clock = t.call(Builtin::Time);
+    std::vector<Row> rows;
 
     template <typename Node>
-    Node* inSource(std::int64_t offset, int length)
+    Node* unread(std::int64_t offset, int length)
     {
         return placed(t.program.make<Node>(), owner, stream, offset, length);
     }
 
     Scene()
     {
-        auto* text = inSource<StringExpressionAST>(0, 4);
-        text->scenePath = "a.scene";
-        auto* strings = inSource<ListTypeExpressionAST<CharString>>(9, 8);
-        strings->scenePath = "a.scene";
+        auto* text = unread<StringExpressionAST>(0, 4);
+        auto* texts = unread<Texts>(5, 8);
+        auto* vectors = unread<Vectors>(14, 12);
+        auto* colors = unread<Colors>(14, 5);
+        auto* floats = unread<Floats>(27, 3);
+        auto* ints = unread<Ints>(27, 5);
         auto* unowned = t.program.make<StringExpressionAST>();
         unowned->text = "unowned";
         unowned->length = 2;
-        auto* runtime = t.program.make<RuntimeValueAST>();
-        runtime->objectName = "rig";
-        runtime->propertyName = "sway";
-        ExpressionAST* inMemory = t.list({sampleOf('v'), sampleOf('i'), sampleOf('c'), sampleOf('f'), sampleOf('S')});
-        t.program.addObject("shared")->addProperty("power", t.list({text, inMemory, runtime, t.call(Builtin::Time)}));
-
-        root = t.list({text, inSource<StringExpressionAST>(5, 3), unowned, t.node(sampleOf('s')), runtime,
-                       t.reference("shared", "power"), t.element(t.reference("shared", "power"), {1}),
-                       t.element(strings, {0}), t.element(strings, {1}),
-                       t.element(inSource<ListTypeExpressionAST<Vector>>(18, 12), {1, 2}),
-                       t.element(inSource<ListTypeExpressionAST<int>>(31, 5), {t.call(Builtin::Time)}),
-                       t.element(sampleOf('f'), {1}), inSource<ListTypeExpressionAST<float>>(32, 3),
-                       inSource<TransformHexExpressionAST>(37, 120), t.call(Builtin::Noise, {t.vec(1, 2, 3)}),
-                       t.keys({{2, sampleOf('v')}, {-1, sampleOf('v')}, {1, listOf<Vector>({{}, {}})}})});
+        t.program.addObject("shared")->addProperty("text", text);
+        const auto first = [&](const Operand& list) { return t.element(list, {0}); };
+        // clang-format off
+        rows = {
+            {"number",        t.node(2.5),                                "2.5"},
+            {"negation",      t.negated(t.element(vectors, {1})),         "vec(-4 -5 -6)"},
+            {"operator",      t.sum(sampleOf('f'), sampleOf('f')),        "float[0.5 0.25 0.5 0.25]"},
+            {"function",      t.call(Builtin::Noise, {t.vec(1, 2, 3)}),   "0.21450795233249664"},
+            {"list",          t.list({text, first(texts), first(vectors), first(colors), first(floats), first(ints)}),
+                                                                          R"(["lamp", "a", vec(1 2 3), rgb(1 2 3), 7, 7])"},
+            {"reference",     t.reference("shared", "text"),              R"("lamp")"},
+            {"index",         t.element(ints, {first(sampleOf('i'))}),    "8"},
+            {"interpolation", t.keys({{2, sampleOf('v')}, {-1, sampleOf('c')}}), "rgb[1 0 0]"},
+            {"vector",        t.vec(t.element(ints, {2}), 2, 3),          "vec(9 2 3)"},
+            {"matrix",        t.node(sampleOf('M')),                      "mat(0 1 0, -1 0 0, 0 0 2)"},
+            {"color, alpha",  t.node(sampleOf('A')),                      "rgba(0.25 0.5 0.75 1)"},
+            {"transform",     t.node(sampleOf('T')),                      "xform(0 1 0, -1 0 0, 0 0 2, 10 20 30)"},
+            {"digits",        unread<TransformHexExpressionAST>(33, 120), "xform(1 0 0, 0 0 0, 0 0 0, 0 0 0)"},
+            {"text",          text,                                       R"("lamp")"},
+            {"text of nobody", unowned,                                   R"("un")"},
+            {"object",        t.node(sampleOf('o')),                      "@rig"},
+            {"vectors",       unread<Vectors>(13, 13),                    "vec[1 2 3, 4 5 6]"},
+            {"ints",          unread<Ints>(26, 6),                        "int[7 8 9]"},
+            {"colors",        unread<Colors>(13, 6),                      "rgb[1 2 3]"},
+            {"floats",        unread<Floats>(26, 4),                      "float[7 8]"},
+            {"texts",         unread<Texts>(4, 9),                        R"(string["a", "b"])"},
+            {"runtime value", t.node(sampleOf('r')),                      R"(@rig."power")"},
+            {"identifier",    t.node(sampleOf('d')),                      "id(77)"},
+        };
+        // clang-format on
         DecorationVisitor pass;
         pass.setProgram(&t.program);
         pass.setParser(&parser);
-        t.program.getObject("shared")->firstProperty->expression->accept(&pass);
-        root->accept(&pass);
+        for (const Row& row : rows)
+            row.expression->accept(&pass);
     }
 };
 
 TEST(Evaluators, SeeTheSameTreeAsOneAlone)
 {
-    const auto timeOf = [](int thread) { return static_cast<double>(thread % 3); };
-    std::array<std::string, threads> alone;
-    for (int i = 0; i < threads; ++i)
-        alone[static_cast<std::size_t>(i)] = resultOf(Scene().root, timeOf(i));
-    EXPECT_EQ(alone[0].find("fails"), std::string::npos);
+    std::set<std::type_index> kinds;
+    for (const Row& row : Scene().rows)
+        kinds.insert(typeid(*row.expression));
+    EXPECT_EQ(kinds.size(), 22u);
 
-    constexpr int rounds = 100, evaluations = 3;
-    for (int round = 0; round < rounds; ++round) {
+    for (int round = 0; round < 2000 && !HasFailure(); ++round) {
         Scene scene;
-        EXPECT_EQ(onAllThreads([&](int i) {
-                      std::string result = resultOf(scene.root, timeOf(i));
-                      for (int k = 1; k < evaluations; ++k)
-                          if (resultOf(scene.root, timeOf(i)) != result)
-                              result += " at first, then something else";
-                      return result;
-                  }),
-                  alone);
+        onAllThreads([&](int thread) {
+            // Each begins elsewhere, elsewhere in each round.
+            auto rows = scene.rows;
+            std::ranges::rotate(rows, rows.begin() + (thread * 3 + round) % std::ssize(rows));
+            for (const Row& row : rows)
+                EXPECT_EQ(resultOf(row.expression), row.result) << row.name;
+            EXPECT_EQ(evaluated(scene.clock, thread).getDouble(), thread);
+        });
         EXPECT_EQ(scene.stream.outOfTurn, 0);
-        // Texts and lists whose elements are asked for are read once, the others every time.
-        constexpr int always = threads * evaluations;
-        EXPECT_EQ(
-            scene.stream.readsAt,
-            (std::map<std::int64_t, int>{{0, 1}, {5, 1}, {9, 1}, {18, 1}, {31, 1}, {32, always}, {37, always}}));
+        // The text and what is indexed once, the rest by every thread: vectors and colors, floats and ints.
+        constexpr int one = threads, two = 2 * threads;
+        EXPECT_EQ(scene.stream.readsAt,
+                  (std::map<std::int64_t, int>{
+                      {0, 1}, {4, one}, {5, 1}, {13, two}, {14, 2}, {26, two}, {27, 2}, {33, one}}));
     }
 }
 
 TEST(Evaluators, TryAgainWhereAnotherFailedToRead)
 {
-    for (int round = 0; round < 50; ++round) {
-        Tree t;
-        SourceOwner owner;
-        FakeStream stream("lamp");
-        stream.throwsAt = "read";
-        ExpressionAST* text = placed(t.program.make<StringExpressionAST>(), owner, stream, 0, 4);
-        const auto results = onAllThreads([&](int) -> std::string {
+    for (int round = 0; round < 100; ++round) {
+        Scene scene;
+        ExpressionAST* const expression = scene.rows[round % 2 == 0 ? 1 : 13].expression;
+        std::atomic<int> failures = 0;
+        scene.stream.throwsAt = "read";
+        onAllThreads([&](int) {
             try {
-                return resultOf(text);
+                EXPECT_FALSE(resultOf(expression).starts_with("fails"));
             } catch (const StreamBroke&) {
-                return "broke";
+                ++failures;
             }
         });
-        EXPECT_EQ(std::ranges::count(results, "\"lamp\""), threads - 1);
-        EXPECT_EQ(std::ranges::count(results, "broke"), 1);
-        EXPECT_EQ(stream.reads(), 1);
-        EXPECT_EQ(stream.outOfTurn, 0);
+        EXPECT_EQ(failures, 1);
+        EXPECT_EQ(scene.stream.reads(), 1);
+        EXPECT_EQ(scene.stream.outOfTurn, 0);
     }
+}
+
+// Who comes later finds nodes made and so catches up with the first; from there on they make them
+// at the same moments.
+TEST(EveryNode, OfAListIsMadeOnce)
+{
+    constexpr int elements = 100'000;
+    ListTypeExpressionAST<int> list;
+    list.values.allocArray(elements);
+    list.loaded = 1;
+    std::vector<std::vector<ExpressionAST*>> found(threads);
+    onAllThreads([&](int thread) {
+        for (int i = 0; i < elements; ++i)
+            found[static_cast<std::size_t>(thread)].push_back(list.getElement(i));
+    });
+    for (const auto& nodes : found)
+        EXPECT_TRUE(nodes == found[0]);
 }
 
 } // namespace
