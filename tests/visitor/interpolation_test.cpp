@@ -1,4 +1,5 @@
-// Values that change over time: which keys are asked, and the bits of their blend.
+// Values that change over time: which keys are asked. The bits of their blend are in
+// tests/bits/table.txt.
 #include <tests/support/shown.h>
 #include <tests/support/tree.h>
 
@@ -68,40 +69,6 @@ TEST(Interpolation, FindsThePairOfKeysAroundTheTime)
     }
 }
 
-// A third of the way in double, and the two weights rounded to single for all but numbers.
-TEST(Interpolation, BlendsInThePrecisionOfTheKind)
-{
-    const TracePoint a{0.1, -0.2, 0.9}, b{0.7, 0.9, 0.3};
-    const Vector aSingle{0.1f, -0.2f, 0.9f}, bSingle{0.7f, 0.9f, 0.3f}, c{3.3f, 1.7f, -0.6f}, d{-0.1f, 2.2f, 0.8f};
-    const struct {
-        Value earlier, later;
-        const char* result;
-    } rows[] = {
-        {0.1, 0.7, "0.3"},
-        {a, b, "vec(0.30000001192092896 0.1666666716337204 0.7000000476837158)"},
-        {Color{0.1f, -0.2f, 0.9f}, Color{0.7f, 0.9f, 0.3f}, "rgb(0.3 0.16666667 0.70000005)"},
-        {Matrix(aSingle, c, {1, 0, 0}), Matrix(bSingle, d, {0, 1, 0}),
-         "mat(0.3 0.16666667 0.70000005, 2.1666667 1.8666668 -0.13333336, 0.6666667 0.33333334 0)"},
-        {listOf({aSingle, c}), listOf({bSingle, d}),
-         "vec[0.3 0.16666667 0.70000005, 2.1666667 1.8666668 -0.13333336]"},
-    };
-    for (const auto& [earlier, later, result] : rows) {
-        Tree t;
-        EXPECT_EQ(resultOf(t.keys({{0, earlier}, {0.3, later}}), 0.1), result);
-    }
-}
-
-TEST(Interpolation, OfTransformsRoundsTheOffsetWhereItBlends)
-{
-    Tree t;
-    const TraceTransform first{Matrix(1), {0.1, 0, 0}}, second{Matrix(1), {1.1, 1, 1e39}};
-    auto* node = t.keys({{0, first}, {1, first}, {2, second}, {3, first}});
-    EXPECT_EQ(resultOf(node, 0), "xform(1 0 0, 0 1 0, 0 0 1, 0.1 0 0)");
-    EXPECT_EQ(resultOf(node, 1), "xform(1 0 0, 0 1 0, 0 0 1, 0.10000000149011612 0 0)");
-    EXPECT_EQ(resultOf(node, 2), "xform(1 0 0, 0 1 0, 0 0 1, 1.100000023841858 1 inf)");
-    EXPECT_EQ(resultOf(node, 2, true), "xform(1 0 0, 0 1 0, 0 0 1, 1.1 1 1e+39)");
-}
-
 TEST(Interpolation, HoldsWhatCannotBeWeighted)
 {
     for (const char letter : std::string_view("-LAicfsSodr")) {
@@ -110,32 +77,6 @@ TEST(Interpolation, HoldsWhatCannotBeWeighted)
         for (const Value& later : {Value(5.0), Value(TracePoint{1, 2, 3}), Value(AColor{9, 9, 9, 9}), undefined})
             EXPECT_EQ(resultOf(t.keys({{-1, sample}, {1, later}})), shown(sample)) << letter << letterOf(later);
     }
-}
-
-TEST(Interpolation, BetweenKindsFollowsTheEarlierValue)
-{
-    const TracePoint vector{1, 2, 3};
-    const TraceTransform twice{Matrix(2), {2, 4, 6}};
-    const struct {
-        const char* name;
-        Value earlier, later;
-        const char* result;
-    } rows[] = {
-        {"sum of number and vector", 5, vector, "fails: Unable to sum."},
-        {"sum of vector and color", vector, Color{1, 1, 1}, "fails: Unable to sum."},
-        {"later cannot be weighted", vector, sampleOf('s'), "vec(1 2 3)"},
-        {"lists of two and of three", sampleOf('v'), listOf<Vector>({{}, {}, {}}), "vec[1 2 3, 4 5 6]"},
-        {"a list and a number, an empty list", sampleOf('v'), 5, "vec[1 2 3, 4 5 6]"},
-        {"an empty list and a number", listOf<Vector>({}), 5, "vec[]"},
-        {"a transform and a number, a zero transform", twice, 5, "xform(1 0 0, 0 1 0, 0 0 1, 1 2 3)"},
-    };
-    for (const auto& row : rows) {
-        Tree t;
-        EXPECT_EQ(resultOf(t.keys({{-1, row.earlier}, {1, row.later}})), row.result) << row.name;
-    }
-    Tree t;
-    EXPECT_EQ(resultOf(t.keys({{-1, 0}, {0, 1}, {1, inf}})), "nan") << "zero times infinity on an inner key";
-    EXPECT_EQ(resultOf(t.keys({{vector, 10}, {10, 20}}), 5), "15") << "a time that is no number is zero";
 }
 
 TEST(Interpolation, EvaluatesAllTimesAndOnlyTheValuesItNeeds)

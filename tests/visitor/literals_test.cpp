@@ -1,4 +1,5 @@
-// Leaves, compound literals, lists and indexing.
+// Leaves, compound literals, lists and indexing: what is evaluated when. What they come to is in
+// tests/bits/table.txt.
 #include <tests/support/fake_stream.h>
 #include <tests/support/shown.h>
 #include <tests/support/tree.h>
@@ -7,45 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <limits>
-
 namespace Marl::Tests {
 namespace {
-
-constexpr double inf = std::numeric_limits<double>::infinity();
-const Value undefined;
-
-// clang-format off
-TEST(Literals, BuildTheirKind)
-{
-    Tree t;
-    const TracePoint vector{1, 2, 3};
-    expectResults({
-        {"vector stays double", t.vec(0.1, 1e39, -0.0), "vec(0.1 1e+39 -0)"},
-        {"alpha comes last", t.rgba(0.1, 0.2, 0.3, -4), "rgba(0.1 0.2 0.3 -4)"},
-        {"color is single", t.rgb(0.1, 1e39, -2), "rgb(0.1 inf -2)"},
-        {"what is no number counts as zero", t.vec(vector, listOf({5}), 3), "vec(0 0 3)"},
-        {"in a color too", t.rgb(sampleOf('s'), 1, sampleOf('d')), "rgb(0 1 0)"},
-        {"columns in order", t.mat(t.vec(1, 0.1, 0), t.vec(4, 5, 6), t.vec(7, 8, 1e39)), "mat(1 0.1 0, 4 5 6, 7 8 inf)"},
-        {"a column that is no vector", t.mat(1, vector, undefined), "mat(0 0 0, 1 2 3, 0 0 0)"},
-        {"offset stays double", t.xform(Matrix(1), t.vec(0.1, 0, 1e39)), "xform(1 0 0, 0 1 0, 0 0 1, 0.1 0 1e+39)"},
-        {"parts of other kinds", t.xform(vector, Matrix(1)), "xform(0 0 0, 0 0 0, 0 0 0, 0 0 0)"},
-        {"list", t.list({1, t.sum(2, 3), vector}), "[1, 5, vec(1 2 3)]"},
-        {"two indices", t.element(t.list({10, t.list({20, 30})}), {1, t.difference(1, 1)}), "20"},
-        {"index of another kind", t.element(t.list({10, 20}), {vector}), "10"},
-        {"element of an element of a reference", t.element(t.reference(t.property(t.list({t.vec(4, 5, 6)}))), {0, 2}), "6"},
-    });
-}
-// clang-format on
-
-TEST(Literals, OfEveryKindComeBackAsTheyAre)
-{
-    for (const char letter : std::string_view(kindLetters)) {
-        Tree t;
-        EXPECT_EQ(resultOf(t.node(sampleOf(letter))), shown(sampleOf(letter)));
-    }
-}
 
 TEST(Literals, OfAnotherKindThanVectorOrColorLeaveNothing)
 {
@@ -56,26 +20,6 @@ TEST(Literals, OfAnotherKindThanVectorOrColorLeaveNothing)
         t.vec(t.traced('x', 1), 2, 3, ValueType(type))->accept(&evaluator);
         EXPECT_EQ(shown(evaluator.getResult()), "77");
         EXPECT_EQ(t.trail, "");
-    }
-}
-
-TEST(Indexing, TruncatesTowardZero)
-{
-    const char* outside = "fails: Array index is out of range.";
-    const std::pair<double, const char*> rows[] = {
-        {1.9, "20"},
-        {-0.9, "10"},
-        {-1, outside},
-        {2, outside},
-        {2147483648.0, outside},
-        {4294967297, outside},
-        {-4294967296, outside},
-        {-inf, outside},
-        {std::nan(""), outside},
-    };
-    for (const auto& [index, result] : rows) {
-        Tree t;
-        EXPECT_EQ(resultOf(t.element(t.list({10, 20}), {index})), result) << index;
     }
 }
 
@@ -172,6 +116,7 @@ TEST(Leaves, AReferenceIsEvaluatedAfreshAtTheTimeOfTheEvaluator)
     ExpressionAST* sum = t.sum(t.reference(power), t.reference(power));
     EXPECT_EQ(resultOf(sum, 5) + ", " + resultOf(sum, 7), "10, 14");
     EXPECT_EQ(t.trail, "pppp");
+    EXPECT_EQ(resultOf(t.element(t.reference(t.property(t.list({t.vec(4, 5, 6)}))), {0, 2})), "6");
 }
 
 TEST(Evaluator, KeepsItsResultUntilTheNext)

@@ -174,24 +174,5 @@ TEST_F(Resolution, NoticesWhatIsMissing)
     EXPECT_EQ(messageOf([&] { t.reference("a", "b")->accept(&withoutProgram); }), incomplete);
 }
 
-// The whole road of one evaluation. The keys are sorted once their times are bound.
-TEST_F(Resolution, PreparesATreeForEvaluation)
-{
-    ObjectAST* lamp = t.program.addObject("lamp");
-    PropertyAST* power = lamp->addProperty(
-        "power", t.keys({{t.reference("rig", "end"), 5}, {0, t.product(t.reference("rig", "sway"), 2)}}));
-    ObjectAST* rig = t.program.addObject("rig");
-    PropertyAST* sway = rig->addProperty("sway", t.sum(t.call(Builtin::Time), 1));
-    rig->addProperty("end", t.product(2, 5));
-    walk(power->expression, lamp, power);
-    walk(sway->expression, rig, sway);
-    EXPECT_EQ(resultOf(power->expression, 0), "2");
-    EXPECT_EQ(resultOf(power->expression, 5), "8.5");
-    EXPECT_EQ(resultOf(power->expression, 10), "5");
-    ASSERT_NE(sway->referrers, nullptr);
-    EXPECT_EQ(sway->referrers->object, lamp);
-    EXPECT_EQ(sway->referrers->property, power);
-}
-
 } // namespace
 } // namespace Marl::Tests
