@@ -174,10 +174,6 @@ RuntimeValue Value::getRuntimeValue() const noexcept
 }
 
 // clang-format off
-void Value::setVector(const TracePoint& value) noexcept            { *this = Value(value); }
-void Value::setMatrix(const Matrix& value) noexcept                { *this = Value(value); }
-void Value::setColor(const Color& value) noexcept                  { *this = Value(value); }
-void Value::setTransform(const TraceTransform& value) noexcept     { *this = Value(value); }
 void Value::setListVector(const PtrArray<Vector>& value) noexcept  { *this = Value(value); }
 void Value::setListInt(const PtrArray<int>& value) noexcept        { *this = Value(value); }
 void Value::setListFloat(const PtrArray<float>& value) noexcept    { *this = Value(value); }

@@ -16,6 +16,7 @@
 #include <marl/value/ptr_array.h>
 #include <marl/value/records.h>
 
+#include <memory>
 #include <utility>
 
 namespace Marl {
@@ -118,16 +119,11 @@ public:
     ObjectID getObjectID() const noexcept { return kind == ValueType::ObjectID ? objectID : ObjectID(); }
     RuntimeValue getRuntimeValue() const noexcept;
 
-    void setDouble(double value) noexcept
-    {
-        release();
-        kind = ValueType::Double;
-        number = value;
-    }
-    void setVector(const TracePoint& value) noexcept;
-    void setMatrix(const Matrix& value) noexcept;
-    void setColor(const Color& value) noexcept;
-    void setTransform(const TraceTransform& value) noexcept;
+    void setDouble(double value) noexcept { set(ValueType::Double, number, value); }
+    void setVector(const TracePoint& value) noexcept { set(ValueType::Vector, point, value); }
+    void setMatrix(const Matrix& value) noexcept { set(ValueType::Matrix, matrix, value); }
+    void setColor(const Color& value) noexcept { set(ValueType::Color, color, value); }
+    void setTransform(const TraceTransform& value) noexcept { set(ValueType::Transform, transform, value); }
     void setListVector(const PtrArray<Vector>& value) noexcept;
     void setListInt(const PtrArray<int>& value) noexcept;
     void setListFloat(const PtrArray<float>& value) noexcept;
@@ -157,6 +153,16 @@ private:
             releaseStorage();
     }
     void releaseStorage() noexcept;
+
+    // Given by value, for it may lie in what is released.
+    template <typename Plain>
+    void set(ValueType type, Plain& member, Plain value) noexcept
+    {
+        release();
+        kind = type;
+        std::construct_at(&member, value);
+    }
+
     // Takes over kind and payload; this value must own nothing at that moment.
     void take(const Value& other) noexcept;
     void take(Value&& other) noexcept;

@@ -55,6 +55,103 @@ Value appended(PtrArray<Value>&& list, const Value& element)
     return Value(*joined);
 }
 
+// clang-format off
+void put(Value& place, double result)                { place.setDouble(result); }
+void put(Value& place, const TracePoint& result)     { place.setVector(result); }
+void put(Value& place, const Matrix& result)         { place.setMatrix(result); }
+void put(Value& place, const Color& result)          { place.setColor(result); }
+void put(Value& place, const TraceTransform& result) { place.setTransform(result); }
+void put(Value& place, Value&& result)               { place = std::move(result); }
+
+// The operators put their result in the place of the left operand, which on the stack is where it
+// belongs; an operand's place is left alone by one that fails.
+void add(Value& left, const Value& right)
+{
+    using enum ValueType;
+    switch (pair(left, right)) {
+    case pair(Double, Double):         return put(left, left.getDouble() + right.getDouble());
+    case pair(Matrix, Matrix):         return put(left, left.getMatrix() + right.getMatrix());
+    case pair(Vector, Vector):         return put(left, widened(singles(left) + singles(right)));
+    case pair(Transform, Transform):   return put(left, widened(narrowed(left.getTransform()) + narrowed(right.getTransform())));
+    case pair(Color, Color):           return put(left, left.getColor() + right.getColor());
+    case pair(AColor, AColor):         return put(left, left.getAColor() + right.getAColor());
+    case pair(List, List):             return put(left, concatenated(left.getList(), right.getList()));
+    case pair(ListFloat, ListFloat):   return put(left, concatenated(left.getListFloat(), right.getListFloat()));
+    case pair(ListInt, ListInt):       return put(left, concatenated(left.getListInt(), right.getListInt()));
+    case pair(ListVector, ListVector): return put(left, concatenated(left.getListVector(), right.getListVector()));
+    case pair(ListColor, ListColor):   return put(left, concatenated(left.getListColor(), right.getListColor()));
+    }
+    // A list takes anything else as one more element.
+    if (left.getValueType() == static_cast<int>(List))
+        return put(left, appended(left.getList(), right));
+    fail("Unable to sum.");
+}
+
+void subtract(Value& left, const Value& right)
+{
+    using enum ValueType;
+    switch (pair(left, right)) {
+    case pair(Double, Double):       return put(left, left.getDouble() - right.getDouble());
+    case pair(Matrix, Matrix):       return put(left, left.getMatrix() - right.getMatrix());
+    case pair(Vector, Vector):       return put(left, widened(singles(left) - singles(right)));
+    case pair(Transform, Transform): return put(left, widened(narrowed(left.getTransform()) - narrowed(right.getTransform())));
+    }
+    fail("Unable to subtract.");
+}
+
+void multiply(Value& left, const Value& right)
+{
+    using enum ValueType;
+    // A transform acts on a vector in the vector's full precision.
+    switch (pair(left, right)) {
+    case pair(Double, Double):       return put(left, left.getDouble() * right.getDouble());
+    case pair(Double, Vector):       return put(left, widened(singles(right) * single(left.getDouble())));
+    case pair(Vector, Double):       return put(left, widened(singles(left) * single(right.getDouble())));
+    case pair(Vector, Vector):       return put(left, dot(singles(left), singles(right)));
+    case pair(Matrix, Matrix):       return put(left, left.getMatrix() * right.getMatrix());
+    case pair(Vector, Matrix):       return put(left, widened(singles(left) * right.getMatrix()));
+    case pair(Matrix, Double):       return put(left, left.getMatrix() * single(right.getDouble()));
+    case pair(Double, Matrix):       return put(left, right.getMatrix() * single(left.getDouble()));
+    case pair(Color, Double):        return put(left, left.getColor() * single(right.getDouble()));
+    case pair(Double, Color):        return put(left, right.getColor() * single(left.getDouble()));
+    case pair(Color, Color):         return put(left, left.getColor() * right.getColor());
+    case pair(AColor, AColor):       return put(left, left.getAColor() * right.getAColor());
+    case pair(Transform, Double):    return put(left, left.getTransform() * single(right.getDouble()));
+    case pair(Double, Transform):    return put(left, right.getTransform() * single(left.getDouble()));
+    case pair(Transform, Transform): return put(left, left.getTransform() * right.getTransform());
+    case pair(Transform, Vector):    return put(left, left.getTransform() * right.getTracePoint());
+    case pair(Vector, Transform):    return put(left, widened(left.getTracePoint() * right.getTransform()));
+    }
+    fail("Unable to multiply.");
+}
+
+void divide(Value& left, const Value& right)
+{
+    using enum ValueType;
+    // A vector's reciprocal is taken in double and then rounded; the others round the
+    // divisor first. The factors differ in their last bits.
+    switch (pair(left, right)) {
+    case pair(Double, Double): return put(left, left.getDouble() / right.getDouble());
+    case pair(Vector, Double): return put(left, widened(singles(left) * single(1.0 / right.getDouble())));
+    case pair(Matrix, Double): return put(left, left.getMatrix() * (1.0f / single(right.getDouble())));
+    case pair(Color, Double):  return put(left, left.getColor() * (1.0f / single(right.getDouble())));
+    case pair(AColor, Double): return put(left, left.getAColor() * (1.0f / single(right.getDouble())));
+    }
+    fail("Unable to divide.");
+}
+
+void operateInPlace(TOKENTYPE op, Value& left, const Value& right)
+{
+    switch (op) {
+    case TOKEN_MULTIPLY: return multiply(left, right);
+    case TOKEN_PLUS:     return add(left, right);
+    case TOKEN_MINUS:    return subtract(left, right);
+    case TOKEN_DIVIDE:   return divide(left, right);
+    }
+    left = Value();
+}
+// clang-format on
+
 } // namespace
 
 void CalculationVisitor::visitBinaryExpression(BinaryExpressionAST* node)
@@ -127,7 +224,7 @@ inline MaybeNumber CalculationVisitor::combine(TOKENTYPE op, double left, double
 MaybeNumber CalculationVisitor::combineTopTwo(TOKENTYPE op)
 {
     try {
-        valueStack.below() = doOp(op, valueStack.below(), valueStack.top());
+        operateInPlace(op, valueStack.below(), valueStack.top());
     } catch (...) {
         valueStack.pop();
         valueStack.pop();
@@ -139,91 +236,32 @@ MaybeNumber CalculationVisitor::combineTopTwo(TOKENTYPE op)
 
 Value CalculationVisitor::doOp(TOKENTYPE op, const Value& left, const Value& right)
 {
-    switch (op) {
-    case TOKEN_MULTIPLY: return doMultiply(left, right);
-    case TOKEN_PLUS: return doSum(left, right);
-    case TOKEN_MINUS: return doSubraction(left, right);
-    case TOKEN_DIVIDE: return doDivision(left, right);
-    }
-    return Value();
+    Value result(left);
+    operateInPlace(op, result, right);
+    return result;
 }
 
-// clang-format off
 Value CalculationVisitor::doSum(const Value& left, const Value& right)
 {
-    using enum ValueType;
-    switch (pair(left, right)) {
-    case pair(Double, Double):         return left.getDouble() + right.getDouble();
-    case pair(Matrix, Matrix):         return left.getMatrix() + right.getMatrix();
-    case pair(Vector, Vector):         return widened(singles(left) + singles(right));
-    case pair(Transform, Transform):   return widened(narrowed(left.getTransform()) + narrowed(right.getTransform()));
-    case pair(Color, Color):           return left.getColor() + right.getColor();
-    case pair(AColor, AColor):         return left.getAColor() + right.getAColor();
-    case pair(List, List):             return concatenated(left.getList(), right.getList());
-    case pair(ListFloat, ListFloat):   return concatenated(left.getListFloat(), right.getListFloat());
-    case pair(ListInt, ListInt):       return concatenated(left.getListInt(), right.getListInt());
-    case pair(ListVector, ListVector): return concatenated(left.getListVector(), right.getListVector());
-    case pair(ListColor, ListColor):   return concatenated(left.getListColor(), right.getListColor());
-    }
-    // A list takes anything else as one more element.
-    if (left.getValueType() == static_cast<int>(List))
-        return appended(left.getList(), right);
-    fail("Unable to sum.");
+    return doOp(TOKEN_PLUS, left, right);
 }
 
 Value CalculationVisitor::doSubraction(const Value& left, const Value& right)
 {
-    using enum ValueType;
-    switch (pair(left, right)) {
-    case pair(Double, Double):       return left.getDouble() - right.getDouble();
-    case pair(Matrix, Matrix):       return left.getMatrix() - right.getMatrix();
-    case pair(Vector, Vector):       return widened(singles(left) - singles(right));
-    case pair(Transform, Transform): return widened(narrowed(left.getTransform()) - narrowed(right.getTransform()));
-    }
-    fail("Unable to subtract.");
+    return doOp(TOKEN_MINUS, left, right);
 }
 
 Value CalculationVisitor::doMultiply(const Value& left, const Value& right)
 {
-    using enum ValueType;
-    // A transform acts on a vector in the vector's full precision.
-    switch (pair(left, right)) {
-    case pair(Double, Double):       return left.getDouble() * right.getDouble();
-    case pair(Double, Vector):       return widened(singles(right) * single(left.getDouble()));
-    case pair(Vector, Double):       return widened(singles(left) * single(right.getDouble()));
-    case pair(Vector, Vector):       return dot(singles(left), singles(right));
-    case pair(Matrix, Matrix):       return left.getMatrix() * right.getMatrix();
-    case pair(Vector, Matrix):       return widened(singles(left) * right.getMatrix());
-    case pair(Matrix, Double):       return left.getMatrix() * single(right.getDouble());
-    case pair(Double, Matrix):       return right.getMatrix() * single(left.getDouble());
-    case pair(Color, Double):        return left.getColor() * single(right.getDouble());
-    case pair(Double, Color):        return right.getColor() * single(left.getDouble());
-    case pair(Color, Color):         return left.getColor() * right.getColor();
-    case pair(AColor, AColor):       return left.getAColor() * right.getAColor();
-    case pair(Transform, Double):    return left.getTransform() * single(right.getDouble());
-    case pair(Double, Transform):    return right.getTransform() * single(left.getDouble());
-    case pair(Transform, Transform): return left.getTransform() * right.getTransform();
-    case pair(Transform, Vector):    return left.getTransform() * right.getTracePoint();
-    case pair(Vector, Transform):    return widened(left.getTracePoint() * right.getTransform());
-    }
-    fail("Unable to multiply.");
+    return doOp(TOKEN_MULTIPLY, left, right);
 }
 
 Value CalculationVisitor::doDivision(const Value& left, const Value& right)
 {
-    using enum ValueType;
-    // A vector's reciprocal is taken in double and then rounded; the others round the
-    // divisor first. The factors differ in their last bits.
-    switch (pair(left, right)) {
-    case pair(Double, Double): return left.getDouble() / right.getDouble();
-    case pair(Vector, Double): return widened(singles(left) * single(1.0 / right.getDouble()));
-    case pair(Matrix, Double): return left.getMatrix() * (1.0f / single(right.getDouble()));
-    case pair(Color, Double):  return left.getColor() * (1.0f / single(right.getDouble()));
-    case pair(AColor, Double): return left.getAColor() * (1.0f / single(right.getDouble()));
-    }
-    fail("Unable to divide.");
+    return doOp(TOKEN_DIVIDE, left, right);
 }
 
+// clang-format off
 void CalculationVisitor::visitNegatedExpression(NegatedExpressionAST* node)
 {
     pushNumber(negated(node, levelOfVisit()));

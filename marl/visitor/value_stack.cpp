@@ -2,21 +2,19 @@
 
 namespace Marl {
 
-// One by one, for a long chain must not recurse.
 void ValueStack::freeChunks() noexcept
 {
-    while (first.following)
-        first.following = std::move(first.following->following);
+    for (Chunk* chunk = first.following; chunk;)
+        delete std::exchange(chunk, chunk->following);
 }
 
 void ValueStack::enterNextChunk()
 {
     if (!current->following) {
-        // Plain new leaves the storage as it is; make_unique would clear it.
-        current->following.reset(new Chunk);
+        current->following = new Chunk;
         current->following->previous = current;
     }
-    current = current->following.get();
+    current = current->following;
     next = begin = current->begin();
     end = current->end();
 }

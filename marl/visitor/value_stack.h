@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <memory>
-#include <new>
 #include <utility>
 
 namespace Marl {
@@ -72,7 +71,7 @@ private:
         Value* end() noexcept { return begin() + capacity; }
 
         Chunk* previous = nullptr;
-        std::unique_ptr<Chunk> following;
+        Chunk* following = nullptr; // owned
         alignas(Value) std::byte storage[capacity * sizeof(Value)];
     };
 

@@ -64,10 +64,11 @@ TEST(Operators, TakeThePairsOfTheirTableAndNoOthers)
                 Tree t;
                 ExpressionAST* node = t.binary(sampleOf(left), token, sampleOf(kindLetters[right]));
                 const std::string pair = std::string{left, ' ', kindLetters[right], ' '} + complaint;
-                if (expected == '.')
+                if (expected == '.') {
                     EXPECT_EQ(messageOf([&] { evaluated(node); }), complaint) << pair;
-                else
+                } else {
                     EXPECT_EQ(letterOf(evaluated(node)), expected) << pair;
+                }
             }
 }
 
@@ -75,10 +76,12 @@ TEST(Operators, KeepWhatTheyDoNotCompute)
 {
     Tree t;
     for (const char letter : std::string_view(kindLetters)) {
-        if (letter != 'L') // whose elements are joined
+        if (letter != 'L') { // whose elements are joined
             EXPECT_EQ(resultOf(t.sum(listOf<Value>({1}), sampleOf(letter))), "[1, " + shown(sampleOf(letter)) + "]");
-        if (std::string_view("NVMCT").find(letter) == std::string_view::npos)
+        }
+        if (std::string_view("NVMCT").find(letter) == std::string_view::npos) {
             EXPECT_EQ(resultOf(t.negated(sampleOf(letter))), shown(sampleOf(letter)));
+        }
     }
 }
 
