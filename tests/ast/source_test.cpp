@@ -1,243 +1,107 @@
-// What stays in the source until it is asked for: texts, data lists, transforms in digits.
+// What stays in the source until it is asked for: texts, and the data that no scene of one line can
+// write down. The other data are in tests/bits/table.txt, sources that fail in tests/faults.
 #include <tests/support/fake_stream.h>
-#include <tests/support/shown.h>
 #include <tests/support/tree.h>
 
 #include <gtest/gtest.h>
 
-#include <pthread.h>
-
 namespace Marl::Tests {
 namespace {
 
-// True when nobody holds the mutex.
-bool isFree(SourceOwner& owner)
+TEST(Text, IsReadOnceAndEndsWhereItsBytesDo)
 {
-    if (pthread_mutex_trylock(&owner.sourceMutex) != 0)
-        return false;
-    pthread_mutex_unlock(&owner.sourceMutex);
-    return true;
-}
-
-class Text : public testing::Test {
-protected:
-    StringExpressionAST* textAt(std::int64_t offset, int length)
-    {
-        return placed(&node, owner, stream, offset, length);
-    }
-
     SourceOwner owner;
-    FakeStream stream{std::string("name = \"lamp\"; a\0b", 18)};
-    StringExpressionAST node;
-};
-
-TEST_F(Text, IsReadOnceAndTheStreamLeftWhereItWas)
-{
-    stream.position = 3;
-    textAt(8, 4)->load();
-    EXPECT_STREQ(node.text, "lamp");
-    EXPECT_NE(node.loaded, 0);
-    stream.position = 5;
-    node.load();
-    EXPECT_EQ(stream.readsAt, (std::map<std::int64_t, int>{{8, 1}}));
-    EXPECT_EQ(stream.position, 5);
-    EXPECT_EQ(stream.outOfTurn, 0);
-    EXPECT_TRUE(isFree(owner));
-}
-
-TEST_F(Text, WithNothingToReadKeepsWhatItHadUpToItsLength)
-{
     const struct {
         SourceOwner* owner;
         const char* before;
-        int length;
+        int offset, length;
         const char* after;
-    } rows[] = {{nullptr, "abcdef", 3, "abc"}, {nullptr, "abc", 6, "abc"},  {nullptr, nullptr, 3, ""},
-                {nullptr, "abc", 0, nullptr},  {&owner, "abc", 0, nullptr}, {&owner, "abc", -1, nullptr}};
+        int reads;
+    } rows[] = {
+        // clang-format off
+        {&owner,  nullptr,   8,  4, "lamp",  1},
+        {&owner,  "old",     8,  4, "lamp",  1},
+        {&owner,  nullptr,  15,  3, "a",     1}, // a NUL ends it
+        {&owner,  nullptr,  17,  9, "b",     1}, // the end of the source does
+        {&owner,  "abc",     8,  0, nullptr, 0},
+        {&owner,  "abc",     8, -1, nullptr, 0},
+        {nullptr, "abcdef",  8,  3, "abc",   0}, // with nobody to read from it keeps what it had
+        {nullptr, "abc",     8,  6, "abc",   0},
+        {nullptr, nullptr,   8,  3, "",      0},
+        {nullptr, "abc",     8,  0, nullptr, 0},
+        // clang-format on
+    };
     for (const auto& row : rows) {
-        StringExpressionAST text;
-        text.owner = row.owner;
-        text.stream = &stream;
-        text.text = row.before;
-        text.length = row.length;
-        const CharString sharer = text.text;
-        text.load();
-        EXPECT_STREQ(text.text, row.after);
-        EXPECT_STREQ(sharer, row.before);
-        EXPECT_NE(text.loaded, 0);
-    }
-    EXPECT_EQ(stream.reads(), 0);
-}
-
-TEST_F(Text, ReadShortEndsWhereTheBytesEnd)
-{
-    stream.givesAtMost = 2;
-    stream.reports = 5; // nobody looks at it
-    textAt(8, 4)->load();
-    EXPECT_STREQ(node.text, "la");
-    EXPECT_NE(node.loaded, 0);
-
-    StringExpressionAST withNul;
-    placed(&withNul, owner, stream, 15, 3)->load();
-    EXPECT_STREQ(withNul.text, "a");
-}
-
-TEST_F(Text, StaysUnreadWhenTheStreamThrows)
-{
-    textAt(8, 4);
-    for (const char* place : {"tell", "seek", "read", "seek back"}) {
-        node.text = "old";
-        node.loaded = 0;
-        stream.throwsAt = place;
+        FakeStream stream(std::string("name = \"lamp\"; a\0b", 18));
         stream.position = 3;
+        StringExpressionAST node;
+        placed(&node, owner, stream, row.offset, row.length)->owner = row.owner;
+        node.text = row.before;
+        const CharString sharer = node.text;
+        node.load();
+        EXPECT_STREQ(node.text, row.after);
+        EXPECT_STREQ(sharer, row.before);
+        EXPECT_NE(node.loaded, 0);
+        node.load();
+        EXPECT_EQ(stream.reads(), row.reads);
+        EXPECT_EQ(stream.position, 3);
+    }
+}
+
+TEST(Text, StaysUnreadWhenTheStreamThrows)
+{
+    SourceOwner owner;
+    FakeStream stream("lamp");
+    StringExpressionAST node;
+    node.text = "old";
+    placed(&node, owner, stream, 0, 4);
+    for (const char* place : {"tell", "seek", "read", "seek back"}) {
+        stream.throwsAt = place;
         EXPECT_THROW(node.load(), StreamBroke) << place;
         EXPECT_EQ(node.loaded, 0) << place;
         EXPECT_STREQ(node.text, "old") << place;
-        EXPECT_TRUE(isFree(owner)) << place;
-        EXPECT_EQ(stream.position, 3) << place;
-        node.load();
-        EXPECT_STREQ(node.text, "lamp") << place;
-        EXPECT_EQ(stream.outOfTurn, 0) << place;
     }
 }
 
-// The list that the text gives, or the message; the text begins at byte 100 of the source.
-template <typename T>
-std::string listOfText(const std::string& text)
+// What the node comes to whose text begins at byte 100 of the source.
+template <typename Node>
+std::string readAs(const std::string& text)
 {
     SourceOwner owner;
-    const auto length = static_cast<int>(text.size());
     FakeStream stream(std::string(100, '?') + text + "?");
-    stream.position = 7;
-    ListTypeExpressionAST<T> node;
-    placed(&node, owner, stream, 100, length);
-    const std::string result = resultOf(&node);
-    EXPECT_EQ(stream.position, 7) << text;
-    EXPECT_TRUE(isFree(owner)) << text;
-    return result;
+    Node node;
+    return resultOf(placed(&node, owner, stream, 100, static_cast<int>(text.size())));
 }
 
-// In a message, what was expected and at which byte of the text.
-std::string expects(const std::string& what, int at)
+TEST(SourceData, CrossLinesAndSayWhereTheyAreWrong)
 {
-    return "fails: Expected " + what + " at byte " + std::to_string(100 + at) + " of the source.";
-}
+    using Floats = ListTypeExpressionAST<float>;
+    using Texts = ListTypeExpressionAST<CharString>;
+    using Digits = TransformHexExpressionAST;
+    const std::string one = "3f800000", zeros(104, '0');
+    const struct {
+        std::string (*read)(const std::string&);
+        std::string text, result;
+    } rows[] = {
+        // clang-format off
+        {readAs<Floats>, "\n1\t-2.5\r\n .5\v\f",             "float[1 -2.5 0.5]"},
+        {readAs<Floats>, "1 // one\n/* and\n*/2 /**/ // end", "float[1 2]"},
+        {readAs<Floats>, "1 // one\n2 x",                    "fails: Expected a number at byte 111 of the source."},
+        {readAs<Floats>, "1 /* 2",                           "float[1]"},
+        {readAs<Texts>,  "'one',\n\"\"\"th\"r\nee\"\"\",\n", "string[\"one\", \"th\"r\nee\"]"},
+        {readAs<Texts>,  "'a', \"b",                         "fails: Expected the end of the text at byte 106 of the source."},
+        {readAs<Texts>,  "'a\nb'",                           "fails: Expected a text that ends on its line at byte 105 of the source."},
+        {readAs<Digits>, one + "\t0000000\r\n0" + zeros,     "xform(1 0 0, 0 0 0, 0 0 0, 0 0 0)"},
+        {readAs<Digits>, one + "0000000g" + zeros,           "fails: Expected 120 hexadecimal digits at byte 115 of the source."},
+        {readAs<Digits>, "0x" + one + "00000000" + zeros,    "fails: Expected 120 hexadecimal digits at byte 101 of the source."},
+        // clang-format on
+    };
+    for (const auto& [read, text, result] : rows)
+        EXPECT_EQ(read(text), result) << text;
 
-struct ListRow {
-    const char* text;
-    std::string result;
-};
-
-template <typename T, std::size_t count>
-void expectLists(const ListRow (&rows)[count])
-{
-    for (const ListRow& row : rows)
-        EXPECT_EQ(listOfText<T>(row.text), row.result) << row.text;
-}
-
-TEST(DataLists, OfFloatsAreReadStraightToSingle)
-{
-    const std::string fitting = "a number that single precision can hold";
-    expectLists<float>({
-        {"", "float[]"},
-        {" 1\t-2.5\r\n .5  3e2 4E-1 5e+0 ", "float[1 -2.5 0.5 300 0.4 5]"},
-        {"1.00000005960464477539062500000001", "float[1.0000001]"}, // by way of double it would be 1
-        {"inf -inf nan", "float[inf -inf nan]"},
-        {"1e-60 -1e-60 1e-99999999999999999999", "float[0 -0 0]"},
-        {"340282346638528859811704183484516925440", "float[3.4028235e+38]"},
-        {"1 // one\n/* and */2 /**/ // end", "float[1 2]"},
-        {"1 1e39", expects(fitting, 2)},
-        {"-1e99999999999999999999", expects(fitting, 0)},
-        {"1 2 x", expects("a number", 4)},
-        {"1, 2", expects("a number", 1)},
-        {"1.", expects("a number", 0)},
-        {"+1", expects("a number", 0)},
-    });
-}
-
-TEST(DataLists, OfIntegersTakeThirtyTwoBits)
-{
-    expectLists<int>({
-        {"1 -2 007 2147483647 -2147483648", "int[1 -2 7 2147483647 -2147483648]"},
-        {"1 2147483648", expects("an integer of 32 bits", 2)},
-        {"-2147483649", expects("an integer of 32 bits", 0)},
-        {"1.5", expects("an integer", 0)},
-        {"1 -", expects("an integer", 2)},
-    });
-}
-
-TEST(DataLists, OfVectorsAndColorsAreTriplesBetweenCommas)
-{
-    expectLists<Vector>({
-        {"0 0 0, 1 0 2.5", "vec[0 0 0, 1 0 2.5]"},
-        {"1 2 3,4 5 6 ,\n", "vec[1 2 3, 4 5 6]"},
-        {"1 2", expects("a number", 3)},
-        {"1 2 3 4 5 6", expects("a comma", 6)},
-        {",", expects("a number", 0)},
-    });
-    expectLists<Color>({
-        {"0.1 0 -1, 2 3 4", "rgb[0.1 0 -1, 2 3 4]"},
-        {"1 0 0, red", expects("a number", 7)},
-    });
-}
-
-TEST(DataLists, OfTextsStandInThreeKindsOfQuotes)
-{
-    expectLists<CharString>({
-        {"\"one\", 'two', \"\"\"th\"r\nee\"\"\",", "string[\"one\", \"two\", \"th\"r\nee\"]"},
-        {"\"\", '', \"\"\"\"\"\"", "string[\"\", \"\", \"\"]"},
-        {"'a, // b', \"c\\n\"", "string[\"a, // b\", \"c\\n\"]"}, // no escapes
-        {"'a' 'b'", expects("a comma", 4)},
-        {"'a', b", expects("a text in quotes", 5)},
-    });
-    EXPECT_TRUE(listOfText<CharString>("'a', \"b").starts_with("fails: Expected the end of the text at byte "));
-    EXPECT_TRUE(
-        listOfText<CharString>("'a\nb'").starts_with("fails: Expected a text that ends on its line at byte "));
-}
-
-TEST(DataLists, AreEmptyWithoutOwnerAndSafeWhenTheStreamThrows)
-{
-    SourceOwner owner;
-    FakeStream stream("1 2");
-    ListTypeExpressionAST<int> node;
-    node.length = 3;
-    EXPECT_EQ(resultOf(&node), "int[]");
-    placed(&node, owner, stream, 0, 3);
-    for (const char* place : {"tell", "seek", "read", "seek back"}) {
-        stream.throwsAt = place;
-        EXPECT_THROW(node.readFromSource(), StreamBroke) << place;
-        EXPECT_TRUE(isFree(owner)) << place;
-        EXPECT_EQ(resultOf(&node), "int[1 2]") << place;
-    }
-    EXPECT_EQ(stream.outOfTurn, 0);
-}
-
-std::string transformOfDigits(const std::string& digits)
-{
-    SourceOwner owner;
-    FakeStream stream(std::string(100, '?') + digits);
-    TransformHexExpressionAST node;
-    placed(&node, owner, stream, 100, static_cast<int>(digits.size()));
-    return resultOf(&node);
-}
-
-TEST(TransformDigits, AreTheBitsOfNineFloatsAndThreeDoubles)
-{
-    const std::string spaced = " 3f800000 80000000 3dcccccd\nC0490fdb 00000001 7f800000\tff800000 7fc00000 41200000"
-                               " 3fb999999999999a 8000000000000000 7fefffffffffffff\r\n";
-    std::string all = spaced;
-    std::erase_if(all, [](char c) { return c <= ' '; });
-    const std::string transform =
-        "xform(1 -0 0.1, -3.1415927 1e-45 inf, -inf nan 10, 0.1 -0 1.7976931348623157e+308)";
-    EXPECT_EQ(transformOfDigits(all), transform);
-    EXPECT_EQ(transformOfDigits(spaced), transform);
-
-    const std::string digits = "120 hexadecimal digits";
-    EXPECT_EQ(transformOfDigits(""), expects(digits, 0));
-    EXPECT_EQ(transformOfDigits(all.substr(1)), expects(digits, 119));
-    EXPECT_EQ(transformOfDigits(all.substr(0, 50) + "g" + all.substr(51)), expects(digits, 50));
-    EXPECT_EQ(transformOfDigits("0x" + all), expects(digits, 1));
-    EXPECT_EQ(transformOfDigits(all + " 0"), expects("the end after 120 hexadecimal digits", 121));
+    ListTypeExpressionAST<int> withoutOwner;
+    withoutOwner.length = 3;
+    EXPECT_EQ(resultOf(&withoutOwner), "int[]");
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include <tests/support/fake_stream.h>
 
 #include <algorithm>
-#include <cstring>
 
 namespace Marl::Tests {
 
@@ -39,21 +38,11 @@ void FakeStream::read(char* buffer, int size, int* status)
     call("read", false, false);
     if (*status != 0)
         ++outOfTurn;
-    ++readsAt[position];
+    ++readCount;
     const auto begin = std::min(static_cast<std::size_t>(position), text.size());
-    const auto wanted = static_cast<std::size_t>(std::min(size, givesAtMost));
-    const auto given = std::min(wanted, text.size() - begin);
-    std::memcpy(buffer, text.data() + begin, given);
+    const auto given = text.copy(buffer, static_cast<std::size_t>(std::min(size, givesAtMost)), begin);
     position += static_cast<std::int64_t>(given);
     *status = reports;
-}
-
-int FakeStream::reads() const
-{
-    int all = 0;
-    for (const auto& [offset, count] : readsAt)
-        all += count;
-    return all;
 }
 
 } // namespace Marl::Tests

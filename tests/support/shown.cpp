@@ -1,6 +1,5 @@
 #include <tests/support/shown.h>
 
-#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -40,12 +39,6 @@ std::string elements(PtrArray<T> list, const char* between = ", ")
     return all + "]";
 }
 
-std::string place(const Value& value)
-{
-    const CharString path = value.getScenePath();
-    return path == nullptr ? "" : " in " + text(path);
-}
-
 Value withPath(Value value, const char* path)
 {
     value.setScenePath(path);
@@ -56,6 +49,8 @@ Value withPath(Value value, const char* path)
 
 std::string shown(const Value& value)
 {
+    const CharString path = value.getScenePath();
+    const std::string place = path == nullptr ? "" : " in " + text(path);
     // clang-format off
     switch (ValueType(value.getValueType())) {
     case ValueType::Undefined:    return "undefined";
@@ -70,8 +65,8 @@ std::string shown(const Value& value)
     case ValueType::ListInt:      return "int" + elements(value.getListInt(), " ");
     case ValueType::ListColor:    return "rgb" + elements(value.getListColor());
     case ValueType::ListFloat:    return "float" + elements(value.getListFloat(), " ");
-    case ValueType::String:       return text(value.getString()) + place(value);
-    case ValueType::ListString:   return "string" + elements(value.getListString()) + place(value);
+    case ValueType::String:       return text(value.getString()) + place;
+    case ValueType::ListString:   return "string" + elements(value.getListString()) + place;
     case ValueType::Object:       return "@" + text(value.getObject());
     case ValueType::ObjectID:     return "id(" + std::to_string(value.getObjectID().value) + ")";
     case ValueType::RuntimeValue: return "@" + text(value.getRuntimeValue().object) + "." + text(value.getRuntimeValue().name);
@@ -106,27 +101,5 @@ Value sampleOf(char letter)
     // clang-format on
     return Value();
 }
-
-template <typename T>
-Value listOf(std::initializer_list<T> elements)
-{
-    PtrArray<T> list;
-    list.allocArray(static_cast<int>(elements.size()));
-    std::ranges::copy(elements, list.data);
-    Value value;
-    if constexpr (std::is_same_v<T, CharString>)
-        value.setListString(list);
-    else
-        value = Value(list);
-    list.freeMem();
-    return value;
-}
-
-template Value listOf(std::initializer_list<Value>);
-template Value listOf(std::initializer_list<Vector>);
-template Value listOf(std::initializer_list<int>);
-template Value listOf(std::initializer_list<float>);
-template Value listOf(std::initializer_list<Color>);
-template Value listOf(std::initializer_list<CharString>);
 
 } // namespace Marl::Tests

@@ -3,8 +3,10 @@
 
 #include <marl/value/value.h>
 
+#include <algorithm>
 #include <initializer_list>
 #include <string>
+#include <type_traits>
 
 namespace Marl {
 
@@ -35,6 +37,18 @@ Value sampleOf(char letter);
 
 // A value of a list kind with these elements.
 template <typename T>
-Value listOf(std::initializer_list<T> elements);
+Value listOf(std::initializer_list<T> elements)
+{
+    PtrArray<T> list;
+    list.allocArray(static_cast<int>(elements.size()));
+    std::ranges::copy(elements, list.data);
+    Value value;
+    if constexpr (std::is_same_v<T, CharString>)
+        value.setListString(list);
+    else
+        value = Value(list);
+    list.freeMem();
+    return value;
+}
 
 } // namespace Marl::Tests

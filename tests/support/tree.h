@@ -10,21 +10,21 @@
 #include <deque>
 #include <initializer_list>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <variant>
+#include <vector>
 
 namespace Marl::Tests {
 
 // What may stand where a node is needed: a node, null for a missing one, a number or any other value.
-class Operand {
-public:
+struct Operand {
     Operand(ExpressionAST* node) : what(node) {}
     Operand(std::derived_from<ExpressionAST> auto* node) : what(node) {}
     Operand(std::nullptr_t) : what(nullptr) {}
     Operand(float number) : what(Value(static_cast<double>(number))) {}
     Operand(const std::convertible_to<Value> auto& value) : what(Value(value)) {}
 
-private:
-    friend class Tree;
     std::variant<ExpressionAST*, Value> what;
 };
 
@@ -33,12 +33,10 @@ struct Key {
 };
 
 // Finds the same object under every name, and nothing under none.
-class FixedParser final : public Parser {
-public:
+struct FixedParser final : Parser {
     explicit FixedParser(Object* given) : object(given) {}
     Object* findObject(const char* name) override { return name ? object : nullptr; }
 
-private:
     Object* object;
 };
 
@@ -50,26 +48,27 @@ public:
     // A node of the kind whose literal the value is.
     ExpressionAST* node(const Operand& operand);
 
-    BinaryExpressionAST* binary(const Operand& left, int token, const Operand& right);
     // clang-format off
-    BinaryExpressionAST* sum(const Operand& left, const Operand& right)        { return binary(left, TOKEN_PLUS, right); }
-    BinaryExpressionAST* difference(const Operand& left, const Operand& right) { return binary(left, TOKEN_MINUS, right); }
-    BinaryExpressionAST* product(const Operand& left, const Operand& right)    { return binary(left, TOKEN_MULTIPLY, right); }
-    BinaryExpressionAST* quotient(const Operand& left, const Operand& right)   { return binary(left, TOKEN_DIVIDE, right); }
+    BinaryExpressionAST* binary(const Operand& left, int token, const Operand& right);
+    BinaryExpressionAST* sum(const Operand& left, const Operand& right)            { return binary(left, TOKEN_PLUS, right); }
+    BinaryExpressionAST* difference(const Operand& left, const Operand& right)     { return binary(left, TOKEN_MINUS, right); }
+    BinaryExpressionAST* product(const Operand& left, const Operand& right)        { return binary(left, TOKEN_MULTIPLY, right); }
+    BinaryExpressionAST* quotient(const Operand& left, const Operand& right)       { return binary(left, TOKEN_DIVIDE, right); }
+    NegatedExpressionAST* negated(const Operand& operand)                          { return with(&NegatedExpressionAST::operand, node(operand)); }
     VectorExpressionAST* vec(const Operand& x, const Operand& y, const Operand& z, ValueType type = ValueType::Vector);
     VectorExpressionAST* rgb(const Operand& r, const Operand& g, const Operand& b) { return vec(r, g, b, ValueType::Color); }
-    // clang-format on
-    NegatedExpressionAST* negated(const Operand& operand);
     AColorExpressionAST* rgba(const Operand& r, const Operand& g, const Operand& b, const Operand& alpha);
     MatrixExpressionAST* mat(const Operand& first, const Operand& second, const Operand& third);
     TransformExpressionAST* xform(const Operand& matrix, const Operand& offset);
-    ListExpressionAST* list(std::initializer_list<Operand> items);
+    ListExpressionAST* list(const std::vector<Operand>& items);
     InterpolateExpressionAST* keys(std::initializer_list<Key> keys);
     BuiltinFunctionAST* call(Builtin function, std::initializer_list<Operand> args = {}, float sample = 0);
     ArrayExpressionAST* element(const Operand& target, std::initializer_list<Operand> indices);
     PropertyReferenceAST* reference(const char* object, const char* property);
-    PropertyReferenceAST* reference(PropertyAST* bound);
-    PropertyAST* property(const Operand& expression); // of an object without name
+    PropertyReferenceAST* reference(PropertyAST* bound)  { return with(&PropertyReferenceAST::property, bound); }
+    // Of an object without name.
+    PropertyAST* property(const Operand& expression)     { return program.addObject(nullptr)->addProperty(nullptr, node(expression)); }
+    // clang-format on
 
     // A host's own node that stands for another one. Whenever a visitor comes, and whenever an
     // element is asked for, its letter is added to the trail.
@@ -80,40 +79,33 @@ public:
     ExpressionAST* failing();
 
 private:
-    template <typename Node>
-    Node* make(auto set);
-    template <typename T>
-    ListTypeExpressionAST<T>* data(PtrArray<T>&& values);
-    ListExpressionAST* listOfNodes(PtrArray<Value> items);
-    void fill(ExpressionAST** slots, std::initializer_list<Operand> operands);
+    // A new node with one field set.
+    template <typename Node, typename Field>
+    Node* with(Field Node::*field, std::type_identity_t<Field> value)
+    {
+        Node* made = program.make<Node>();
+        made->*field = std::move(value);
+        return made;
+    }
+    template <typename Node, std::size_t count>
+    Node* with(ExpressionAST* (Node::*slots)[count], std::initializer_list<Operand> operands);
 
     std::deque<FixedParser> parsers;
 };
 
-Value evaluated(ExpressionAST* node, double time = 0, bool hold = false);
-
 // The message of the failure that the action throws.
 template <std::derived_from<Exception> Failure = InvalidOpException>
 std::string messageOf(std::invocable auto action)
-{
-    try {
-        action();
-    } catch (const Failure& failure) {
-        return failure.what();
-    }
+try {
+    action();
     return "no failure";
+} catch (const Failure& failure) {
+    return failure.what();
 }
+
+Value evaluated(ExpressionAST* node, double time = 0, bool hold = false);
 
 // Shown as text, or as "fails: " and the message.
 std::string resultOf(ExpressionAST* node, double time = 0, bool hold = false);
-
-struct Row {
-    const char* name;
-    ExpressionAST* expression;
-    const char* result;
-};
-
-// Evaluates each row at the time.
-void expectResults(std::initializer_list<Row> rows, double time = 0);
 
 } // namespace Marl::Tests

@@ -57,7 +57,7 @@ TEST(Evaluators, SeeTheSameTreeAsOneAlone)
         onAllThreads([&](int thread) {
             // Each begins elsewhere, elsewhere in each round.
             auto rows = scene.rows;
-            std::ranges::rotate(rows, rows.begin() + (thread * 5 + round) % std::ssize(rows));
+            std::rotate(rows.begin(), rows.begin() + (thread * 5 + round) % std::ssize(rows), rows.end());
             for (const Evaluation& row : rows)
                 EXPECT_EQ(resultOf(row.expression, 1), row.result) << row.name;
             EXPECT_EQ(evaluated(clock, thread).getDouble(), thread);

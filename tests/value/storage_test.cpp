@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
 #include <utility>
 
 namespace Marl::Tests {
@@ -18,33 +17,21 @@ const char* textOf(const CharString& string)
 
 TEST(CharString, TellsNoTextFromEmptyText)
 {
-    EXPECT_EQ(textOf(CharString()), nullptr);
-    EXPECT_EQ(textOf(CharString(nullptr)), nullptr);
-    EXPECT_STREQ(textOf(CharString("")), "");
     EXPECT_FALSE(CharString() == CharString(""));
     EXPECT_FALSE(CharString("") == static_cast<const char*>(nullptr));
     EXPECT_TRUE(CharString() == CharString(nullptr));
-    EXPECT_TRUE(CharString("a") == "a");
 }
 
-TEST(CharString, SharesUntilItIsWritten)
+TEST(CharString, SharesUntilItIsWrittenAlsoFromItself)
 {
     const CharString first("text");
     CharString second(first), third;
     third = second;
-    EXPECT_EQ(textOf(first), textOf(second));
-    EXPECT_EQ(textOf(first), textOf(third));
-    second = "other";
-    third = nullptr;
-    EXPECT_STREQ(first, "text");
-    EXPECT_STREQ(second, "other");
-    EXPECT_EQ(textOf(third), nullptr);
+    EXPECT_EQ(textOf(second), textOf(first));
+    EXPECT_EQ(textOf(third), textOf(first));
     EXPECT_NE(textOf(first.clone()), textOf(first));
     EXPECT_STREQ(first.clone(), "text");
-}
 
-TEST(CharString, TakesTextFromAnywhere)
-{
     const struct {
         const char* before;
         const char* assigned;
@@ -54,22 +41,18 @@ TEST(CharString, TakesTextFromAnywhere)
         for (const bool isShared : {false, true}) {
             CharString string(before);
             const CharString sharer = isShared ? string : CharString();
-            EXPECT_EQ(&(string = assigned), &string);
+            string = assigned;
+            CharString& same = string;
+            string = same;
+            string = std::move(same);
             EXPECT_STREQ(string, assigned);
             EXPECT_STREQ(sharer, isShared ? before : nullptr);
         }
-}
 
-TEST(CharString, MayBeAssignedFromItself)
-{
     for (const bool isShared : {false, true}) {
         CharString string("0123456789");
         const CharString sharer = isShared ? string : CharString();
         string = textOf(string) + 3;
-        EXPECT_STREQ(string, "3456789");
-        CharString& same = string;
-        string = same;
-        string = std::move(same);
         EXPECT_STREQ(string, "3456789");
         EXPECT_STREQ(sharer, isShared ? "0123456789" : nullptr);
     }
@@ -78,47 +61,37 @@ TEST(CharString, MayBeAssignedFromItself)
 TEST(PtrArray, SharesByCountUntilGivenUp)
 {
     PtrArray<float> first;
-    EXPECT_EQ(first.data, nullptr);
-    EXPECT_EQ(first.shared, nullptr);
-    EXPECT_EQ(first.count, 0);
     first.allocArray(3);
     EXPECT_EQ(first.data[0] + first.data[1] + first.data[2], 0);
-    EXPECT_EQ(first.shared->refCount, 1);
+    const int& count = first.shared->refCount;
 
     PtrArray<float> second(first), third;
     third = second;
     EXPECT_EQ(third.data, first.data);
-    EXPECT_EQ(third.count, 3);
-    EXPECT_EQ(first.shared->refCount, 3);
+    EXPECT_EQ(count, 3);
     PtrArray<float> fourth(std::move(third));
     EXPECT_EQ(third.data, nullptr);
-    EXPECT_EQ(first.shared->refCount, 3);
+    EXPECT_EQ(count, 3);
     second.allocArray(1); // gives up what it held
-    EXPECT_EQ(first.shared->refCount, 2);
+    EXPECT_EQ(count, 2);
     second = first;
-    EXPECT_EQ(first.shared->refCount, 3);
+    EXPECT_EQ(count, 3);
 
     second.freeMem();
     second.freeMem();
     fourth.freeMem();
-    EXPECT_EQ(first.shared->refCount, 1);
-    first.freeMem();
-    EXPECT_EQ(first.count, 0);
+    EXPECT_EQ(count, 1);
     first.allocArray(-1);
     EXPECT_EQ(first.count, 0);
-    EXPECT_EQ(first.shared->refCount, 1);
     first.freeMem();
+    EXPECT_EQ(first.shared, nullptr);
 }
 
-TEST(Records, AMatrixOfANumberHasItOnTheDiagonal)
+TEST(Records, ConstantsHoldWhatTheirNamesSay)
 {
-    EXPECT_EQ(Matrix(-7), Matrix({-7, 0, 0}, {0, -7, 0}, {0, 0, -7}));
     EXPECT_EQ(ID_mat, Matrix({1, 0, 0}, {0, 1, 0}, {0, 0, 1}));
     EXPECT_EQ(ZERO_mat, Matrix());
-}
-
-TEST(Records, LookupMasksFollowTheBitsOfTheirIndex)
-{
+    EXPECT_EQ(Matrix(-7), Matrix({-7, 0, 0}, {0, -7, 0}, {0, 0, -7}));
     for (unsigned i = 0; i < 16; ++i)
         for (unsigned lane = 0; lane < 4; ++lane)
             EXPECT_EQ(_mm_lookupmask_ps[i][lane], (i >> lane & 1) != 0 ? 0xFFFFFFFFu : 0u) << i << " " << lane;
