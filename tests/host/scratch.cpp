@@ -1,8 +1,10 @@
 #include <tests/host/scratch.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
+#include <thread>
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -19,6 +21,36 @@ std::filesystem::path newFolder()
     if (!mkdtemp(name.data()))
         std::abort();
     return name;
+}
+
+// The tool lies in PATH.
+ToolRun run(std::vector<std::string> words, const std::filesystem::path& folder, std::chrono::seconds untilInterrupt)
+{
+    const ScratchFolder scratch;
+    const std::string outFile = scratch.path("out"), errFile = scratch.path("err");
+    std::vector<char*> pointers;
+    for (std::string& word : words)
+        pointers.push_back(word.data());
+    pointers.push_back(nullptr);
+    const std::string path = std::filesystem::path(MARL_TOOL).parent_path().string() + ':' + std::getenv("PATH");
+
+    const pid_t child = fork();
+    if (child == 0) {
+        dup2(open(outFile.c_str(), O_WRONLY | O_CREAT, 0600), 1);
+        dup2(open(errFile.c_str(), O_WRONLY | O_CREAT, 0600), 2);
+        if (chdir(folder.c_str()) == 0 && setenv("PATH", path.c_str(), 1) == 0)
+            execvp(pointers[0], pointers.data());
+        _exit(127);
+    }
+    if (untilInterrupt.count() > 0) {
+        std::this_thread::sleep_for(untilInterrupt);
+        kill(child, SIGINT);
+    }
+    int status = 0;
+    rusage usage = {};
+    wait4(child, &status, 0, &usage);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), contentOf(outFile), contentOf(errFile),
+            usage.ru_maxrss};
 }
 
 } // namespace
@@ -48,33 +80,24 @@ std::string inObject(std::string_view statements)
     return "scene 1; object o { " + std::string(statements) + " }";
 }
 
-ToolRun runMarl(const std::vector<std::string>& arguments, const std::filesystem::path& folder,
-                const std::string& out)
+std::string repeated(int count, std::string_view text)
 {
-    const ScratchFolder scratch;
-    const std::string outFile = out.empty() ? scratch.path("out") : out, errFile = scratch.path("err");
-    const pid_t child = fork();
-    if (child == 0) {
-        std::vector<char*> words = {const_cast<char*>("marl")};
-        for (const std::string& argument : arguments)
-            words.push_back(const_cast<char*>(argument.c_str()));
-        words.push_back(nullptr);
-        dup2(open(outFile.c_str(), O_WRONLY | O_CREAT, 0600), 1);
-        dup2(open(errFile.c_str(), O_WRONLY | O_CREAT, 0600), 2);
-        if (chdir(folder.c_str()) == 0)
-            execv(MARL_TOOL, words.data());
-        _exit(127);
-    }
-    int status = 0;
-    rusage usage = {};
-    wait4(child, &status, 0, &usage);
+    std::string all;
+    for (int i = 0; i < count; ++i)
+        all += text;
+    return all;
+}
 
-    ToolRun run;
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-    run.out = out.empty() ? contentOf(outFile) : "";
-    run.err = contentOf(errFile);
-    run.peakKilobytes = usage.ru_maxrss;
-    return run;
+ToolRun runMarl(std::vector<std::string> arguments, const std::filesystem::path& folder,
+                std::chrono::seconds untilInterrupt)
+{
+    arguments.insert(arguments.begin(), "marl");
+    return run(std::move(arguments), folder, untilInterrupt);
+}
+
+ToolRun runShell(const std::string& command, const std::filesystem::path& folder)
+{
+    return run({"sh", "-c", command}, folder, {});
 }
 
 } // namespace Marl::Host

@@ -3,6 +3,7 @@
 
 #include <host/scene/scene.h>
 
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -36,14 +37,19 @@ struct TextScene {
 // `scene 1; object o { ... }` with the statements given.
 std::string inObject(std::string_view statements);
 
+std::string repeated(int count, std::string_view text);
+
 struct ToolRun {
     int status = -1; // of exit, or minus the signal
     std::string out, err;
     long peakKilobytes = 0;
 };
 
-// Runs the tool in the folder. Where out names a file, its output goes there.
-ToolRun runMarl(const std::vector<std::string>& arguments, const std::filesystem::path& folder,
-                const std::string& out = {});
+// Runs the tool in the folder, and presses Ctrl-C after some time where one is given.
+ToolRun runMarl(std::vector<std::string> arguments, const std::filesystem::path& folder,
+                std::chrono::seconds untilInterrupt = {});
+
+// Runs a command of the shell, which knows the tool as `marl`.
+ToolRun runShell(const std::string& command, const std::filesystem::path& folder);
 
 } // namespace Marl::Host

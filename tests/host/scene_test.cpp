@@ -1,0 +1,85 @@
+// What the host makes of a scene's text: places, data left in the file, and the work of an evaluation.
+#include <tests/host/scratch.h>
+
+#include <host/analysis/resolution.h>
+#include <host/analysis/visit_count.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace Marl::Host {
+
+namespace {
+
+TEST(Scenes, NoteWhereThingsStand)
+{
+    const std::string text =
+        "scene 1;\nobject o {\n  p = (1 + .q) * -2;\n  `q r` = keys(0: [1][0], 2: 3);\n  q = vec[ 1 2 3 ];\n}\n";
+    TextScene file(text);
+    Scene& scene = file.scene;
+    const auto textOfThing = [&](const void* thing) { return scene.file.textAt(scene.placeOf(thing)); };
+    const auto expressionOf = [&](const char* name) { return scene.findProperty("o", name)->expression; };
+
+    EXPECT_EQ(textOfThing(scene.findObject("o")), "o");
+    EXPECT_EQ(textOfThing(scene.findProperty("o", "q r")), "`q r`");
+    const auto* product = dynamic_cast<BinaryExpressionAST*>(expressionOf("p"));
+    EXPECT_EQ(textOfThing(product), "(1 + .q) * -2");
+    EXPECT_EQ(textOfThing(product->left), "1 + .q");
+    EXPECT_EQ(textOfThing(product->right), "-2");
+    const auto* keys = dynamic_cast<InterpolateExpressionAST*>(expressionOf("q r"));
+    EXPECT_EQ(textOfThing(keys->firstKey), "0: [1][0]");
+    EXPECT_EQ(textOfThing(keys->firstKey->value), "[1][0]");
+    EXPECT_EQ(textOfThing(expressionOf("q")), "vec[ 1 2 3 ]");
+}
+
+// Only places of data are recorded; the bytes come from the file when they are asked for.
+TEST(Scenes, LeaveDataInTheFile)
+{
+    TextScene text(inObject("v = vec[1 2 3, 4 5 6]; s = 'text';"));
+    const auto* list = dynamic_cast<ListTypeExpressionAST<Vector>*>(text.scene.findProperty("o", "v")->expression);
+    EXPECT_EQ(list->loaded, 0);
+    EXPECT_EQ(text.scene.file.textAt({list->sourceOffset, list->sourceOffset + list->length}), "1 2 3, 4 5 6");
+    const auto* string = dynamic_cast<StringExpressionAST*>(text.scene.findProperty("o", "s")->expression);
+    EXPECT_EQ(string->loaded, 0);
+    EXPECT_EQ(string->owner, &text.scene.file.owner);
+    EXPECT_STREQ(string->scenePath, text.scene.file.path().c_str());
+}
+
+TEST(Scenes, TellHowManyNodesAnEvaluationVisits)
+{
+    const struct {
+        const char* expression;
+        std::uint64_t visits;
+    } rows[] = {
+        {"1", 1},
+        {"1 + 2", 3},
+        {"-(1 + 2)", 4},
+        {".five", 2},
+        {".sum", 5},
+        {".sum + .sum", 11},
+        {"vec(1, .five, .sum)", 9},
+        {"keys(0: 1, 1: .sum, 2: .five)", 1 + 5 + 2}, // the costliest neighbors; known times are not visited
+        {"keys(time: 1, .five: .sum)", 1 + 1 + 2 + 1 + 5},
+        {"[1, .sum, 3][1]", 1 + 5 + 1},
+        {".list[0]", 1 + 5 + 1},
+        {".own + 1", 4},
+    };
+    for (const auto& row : rows) {
+        TextScene text(inObject(std::string("p = ") + row.expression
+                                + "; five = 5; sum = .five + 1 ; list = [.sum, 2]; own = .own;"));
+        resolve(text.scene);
+        EXPECT_EQ(VisitCounter().visitsOf(text.scene.findProperty("o", "p")), row.visits) << row.expression;
+    }
+}
+
+TEST(Scenes, OfTheExamplesHaveNoMistakes)
+{
+    const ToolRun run = runShell("marl check --werror *.scene", MARL_SOURCE_DIR "/examples/scenes");
+    EXPECT_EQ(run.status, 0) << run.out;
+    EXPECT_GE(std::ranges::count(run.out, '\n'), 5);
+}
+
+} // namespace
+
+} // namespace Marl::Host
