@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <random>
 #include <vector>
 
 namespace Marl::Tests {
@@ -97,37 +96,6 @@ TEST(Interpolation, EvaluatesAllTimesAndOnlyTheValuesItNeeds)
         t.trail.clear();
         evaluated(node, at, hold);
         EXPECT_EQ(t.trail, trail) << at;
-    }
-}
-
-// What is noted of constant times must never change a result: a host's own nodes as times say
-// the same numbers without anyone knowing beforehand.
-TEST(Interpolation, OfConstantTimesGivesWhatEvaluatedTimesGive)
-{
-    std::mt19937 random(20);
-    const auto pick = [&](std::initializer_list<double> from) { return from.begin()[random() % from.size()]; };
-    for (int round = 0; round < 300; ++round) {
-        std::vector<double> times(1 + random() % 9);
-        for (double& time : times)
-            time = pick({-inf, -1e300, -2, -1, -0.0, 0.0, 0x1p-1074, 1, 1.5, 1.5, 2, 3, 1e300, inf});
-        std::ranges::stable_sort(times);
-
-        Tree t;
-        auto* constant = t.keys({});
-        auto* varying = t.keys({});
-        for (std::size_t i = 0; i < times.size(); ++i) {
-            ExpressionAST* value = t.node(std::exp(static_cast<double>(i)));
-            t.program.append(constant, t.node(times[i]), value);
-            t.program.append(varying, t.traced('t', times[i]), value);
-        }
-        resolved(constant);
-        resolved(varying);
-        ASSERT_FALSE(constant->constantTimes().times.empty());
-        ASSERT_TRUE(varying->constantTimes().times.empty());
-        for (const double at : {-inf, -1e300, -2.0, -1.5, -0.0, 0x1p-1074, 0.5, 1.5, 2.9, 1e300, inf, nan})
-            for (const bool hold : {false, true})
-                ASSERT_EQ(resultOf(constant, at, hold), resultOf(varying, at, hold))
-                    << "round " << round << " at " << at;
     }
 }
 

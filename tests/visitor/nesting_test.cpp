@@ -140,25 +140,5 @@ TEST(Nesting, BeyondAllLimitsIsAFailureOfBothVisitors)
     }
 }
 
-TEST(Nesting, ACircleOfReferencesFailsWhereItCloses)
-{
-    Tree t;
-    constexpr int size = 1000;
-    PropertyAST* first = t.property(0);
-    PropertyAST* property = first;
-    for (int i = 1; i < size; ++i)
-        property = t.property(t.sum(1, t.reference(property)));
-    first->expression = t.sum(t.traced('f', 1), t.reference(property));
-    EXPECT_EQ(resultOf(t.reference(first)), "fails: Property references form a cycle.");
-    EXPECT_EQ(t.trail, "f");
-
-    DecorationVisitor pass; // a reference's target is not walked, so there is no circle to it
-    pass.setProgram(&t.program);
-    ObjectAST* lamp = t.program.addObject("lamp");
-    PropertyAST* power = lamp->addProperty("power", t.reference("lamp", "power"));
-    power->expression->accept(&pass);
-    EXPECT_EQ(resultOf(power->expression), "fails: Property references form a cycle.");
-}
-
 } // namespace
 } // namespace Marl::Tests
