@@ -48,21 +48,6 @@ TEST(Text, IsReadOnceAndEndsWhereItsBytesDo)
     }
 }
 
-TEST(Text, StaysUnreadWhenTheStreamThrows)
-{
-    SourceOwner owner;
-    FakeStream stream("lamp");
-    StringExpressionAST node;
-    node.text = "old";
-    placed(&node, owner, stream, 0, 4);
-    for (const char* place : {"tell", "seek", "read", "seek back"}) {
-        stream.throwsAt = place;
-        EXPECT_THROW(node.load(), StreamBroke) << place;
-        EXPECT_EQ(node.loaded, 0) << place;
-        EXPECT_STREQ(node.text, "old") << place;
-    }
-}
-
 // What the node comes to whose text begins at byte 100 of the source.
 template <typename Node>
 std::string readAs(const std::string& text)

@@ -1,7 +1,7 @@
-// Compiled twice under two names, see CMakeLists.txt.
-void ROUND_TWO(const double* in, double* out);
+// Compiled with the options of the library, whose vectors are rounded like this.
+void roundTwo(const double* in, double* out);
 
-void ROUND_TWO(const double* in, double* out)
+void roundTwo(const double* in, double* out)
 {
     const float a = static_cast<float>(in[0]);
     const float b = static_cast<float>(in[1]);
