@@ -86,26 +86,6 @@ TEST(Value, OfAnyKindReplacesAnyOtherWithoutARest)
     }
 }
 
-TEST(Value, SharesItsListByCount)
-{
-    PtrArray<int> list;
-    list.allocArray(1);
-    const int& count = list.shared->refCount;
-    Value first(list), second = first;
-    const Value third = std::move(second);
-    EXPECT_EQ(count, 3);
-    second = third;
-    EXPECT_EQ(count, 4);
-    second.setListInt(list);
-    EXPECT_EQ(count, 4);
-    second.setDouble(1);
-    EXPECT_EQ(count, 3);
-    first = Value();
-    EXPECT_EQ(count, 2);
-    list.freeMem();
-    EXPECT_EQ(shown(third), "int[0]");
-}
-
 TEST(Value, MayBeAssignedFromItselfAndItsOwnList)
 {
     for (const char letter : std::string_view(kindLetters)) {

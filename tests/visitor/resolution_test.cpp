@@ -93,34 +93,30 @@ TEST_F(Resolution, RecordsReferrersNewestFirst)
 TEST_F(Resolution, WalksChildrenInOrder)
 {
     const auto child = [&](char letter) { return t.traced(letter, t.node(1)); };
-    const auto a = [&] { return child('a'); };
-    const auto b = [&] { return child('b'); };
-    const auto c = [&] { return child('c'); };
-    const auto d = [&] { return child('d'); };
+    ExpressionAST *const a = child('a'), *const b = child('b'), *const c = child('c'), *const d = child('d');
     const auto call = [&](int argCount) {
-        auto* made = t.call(Builtin::Time, {a(), nullptr, c(), d()});
+        auto* made = t.call(Builtin::Time, {a, nullptr, c, d});
         made->argCount = argCount;
         return made;
     };
     t.program.addObject("lamp")->addProperty("power", child('p'));
-    ExpressionAST* shared = child('s');
     const struct {
         const char* name;
         ExpressionAST* expression;
         const char* trail;
     } rows[] = {
-        {"binary and negated", t.sum(t.negated(a()), b()), "ab"},
-        {"list and transform", t.list({t.xform(a(), b()), c()}), "abc"},
-        {"neither vector nor color", t.vec(a(), b(), c(), ValueType(99)), "abc"},
-        {"color with alpha", t.rgba(a(), b(), c(), d()), "abcd"},
-        {"matrix", t.mat(a(), b(), c()), "abc"},
-        {"target before indices", t.element(a(), {b(), c()}), "abc"},
-        {"time before value", t.keys({{a(), b()}, {c(), d()}}), "abcd"},
+        {"binary and negated", t.sum(t.negated(a), b), "ab"},
+        {"list and transform", t.list({t.xform(a, b), c}), "abc"},
+        {"neither vector nor color", t.vec(a, b, c, ValueType(99)), "abc"},
+        {"color with alpha", t.rgba(a, b, c, d), "abcd"},
+        {"matrix", t.mat(a, b, c), "abc"},
+        {"target before indices", t.element(a, {b, c}), "abc"},
+        {"time before value", t.keys({{a, b}, {c, d}}), "abcd"},
         {"call without arguments", call(0), ""},
         {"an empty argument is stepped over", call(3), "ac"},
         {"never more than four", call(9), "acd"},
         {"a reference's target has its own turn", t.reference("lamp", "power"), ""},
-        {"a node reached twice", t.sum(shared, shared), "ss"},
+        {"a node reached twice", t.sum(a, a), "aa"},
     };
     for (const auto& row : rows) {
         t.trail.clear();
