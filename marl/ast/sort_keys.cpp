@@ -37,8 +37,7 @@ std::optional<Constant> constantOf(ExpressionAST* node, int& stepsLeft)
         const auto right = left ? constantOf(binary->right, stepsLeft) : std::nullopt;
         if (!right)
             return std::nullopt;
-        const auto [number, isThere] =
-            calculate(binary->op, left->number, right->number, [] { return MaybeNumber{}; });
+        const auto [number, isThere] = calculate(binary->op, left->number, right->number);
         const int nesting = std::max(left->nesting, right->nesting) + 1;
         return isThere ? std::optional(Constant{number, nesting}) : std::nullopt;
     }

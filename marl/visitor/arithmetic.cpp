@@ -1,7 +1,6 @@
-// The operators: each is a table of the pairs of kinds that it takes.
+// What the operators come to: each is a table of the pairs of kinds that it takes.
 #include <marl/visitor/detail/operands.h>
 
-#include <marl/ast/detail/number_operators.h>
 #include <marl/value/detail/array_hold.h>
 #include <marl/value/detail/record_arithmetic.h>
 
@@ -153,72 +152,6 @@ void operateInPlace(TOKENTYPE op, Value& left, const Value& right)
 // clang-format on
 
 } // namespace
-
-void CalculationVisitor::visitBinaryExpression(BinaryExpressionAST* node)
-{
-    pushNumber(binary(node, levelOfVisit()));
-}
-
-// Of most operators both operands are numbers or the time, and then there is nothing to walk.
-MaybeNumber CalculationVisitor::binary(BinaryExpressionAST* node, int level)
-{
-    const double* left = leaf(shortcutTo(node->left), node->left);
-    const double* right = leaf(shortcutTo(node->right), node->right);
-    if (!left || !right || level >= depthLimit)
-        return chain(node, level);
-    return combine(node->op, *left, *right);
-}
-
-// Sums and products lean to the left, ((a + b) + c) + d. Such a chain is walked down in a
-// loop and worked off from its end, which saves a call for every operator.
-MaybeNumber CalculationVisitor::chain(BinaryExpressionAST* node, int level)
-{
-    constexpr int longest = 16;
-    BinaryExpressionAST* nodes[longest];
-    int length = 0;
-    for (;;) {
-        level = enter(level);
-        nodes[length++] = node;
-        if (length == longest || shortcutTo(node->left) != FrequentNode::Binary)
-            break;
-        node = static_cast<BinaryExpressionAST*>(node->left);
-    }
-    MaybeNumber result = operand(node->left, level);
-    while (length > 0)
-        result = operate(nodes[--length], result, level--);
-    return result;
-}
-
-// The left operand is a number or lies on the stack; the right one is evaluated here.
-inline MaybeNumber CalculationVisitor::operate(BinaryExpressionAST* node, MaybeNumber left, int level)
-{
-    const FrequentNode rightNode = shortcutTo(node->right);
-    const double* leafNumber = leaf(rightNode, node->right);
-    if (left.isThere) {
-        if (leafNumber)
-            return combine(node->op, left.number, *leafNumber);
-        valueStack.push(left.number);
-    }
-    const MaybeNumber right = leafNumber ? just(*leafNumber) : walk(rightNode, node->right, level);
-    if (left.isThere && right.isThere) {
-        valueStack.popNumber();
-        return combine(node->op, left.number, right.number);
-    }
-    pushNumber(right);
-    return combineTopTwo(node->op);
-}
-
-inline MaybeNumber CalculationVisitor::combine(TOKENTYPE op, double left, double right)
-{
-    return calculate(op, left, right, [this] { return undefined(); });
-}
-
-// What an operator or a function without meaning comes to.
-[[gnu::cold]] MaybeNumber CalculationVisitor::undefined()
-{
-    valueStack.push();
-    return {};
-}
 
 // Both operands leave the stack, also when the operator throws.
 MaybeNumber CalculationVisitor::combineTopTwo(TOKENTYPE op)

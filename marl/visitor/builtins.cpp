@@ -99,7 +99,7 @@ MaybeNumber CalculationVisitor::apply(Builtin function, MaybeNumber last, double
         const double a = takeNumber("First function argument for uniform() expected to evaluate to a number.");
         return just((1.0 - sample) * a + b * sample);
     }
-    default: return undefined();
+    default: valueStack.push(); return {};
     }
 }
 

@@ -91,6 +91,7 @@ private:
     class HeldValue;
     class Surroundings;
     struct Bracket;
+    struct Operations;
 
     FrequentNode shortcutTo(const ExpressionAST* node) const;
     const double* leaf(FrequentNode shortcut, const ExpressionAST* node) const;
@@ -113,10 +114,6 @@ private:
     Vector vectorOrTake(MaybeNumber operand);
 
     MaybeNumber binary(BinaryExpressionAST* node, int level);
-    [[gnu::noinline]] MaybeNumber chain(BinaryExpressionAST* node, int level);
-    MaybeNumber operate(BinaryExpressionAST* node, MaybeNumber left, int level);
-    MaybeNumber combine(TOKENTYPE op, double left, double right);
-    MaybeNumber undefined();
     [[gnu::noinline]] MaybeNumber combineTopTwo(TOKENTYPE op);
     bool vector(VectorExpressionAST* node, int level);
     MaybeNumber negated(NegatedExpressionAST* node, int level);

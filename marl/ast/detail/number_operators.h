@@ -6,9 +6,8 @@
 
 namespace Marl {
 
-// An operator code that is none of the four comes to what `otherwise` says.
-template <typename Otherwise>
-MaybeNumber calculate(TOKENTYPE op, double left, double right, Otherwise otherwise)
+// Nothing for an operator code that is none of the four.
+inline MaybeNumber calculate(TOKENTYPE op, double left, double right)
 {
     switch (op) {
     case TOKEN_MULTIPLY: return just(left * right);
@@ -16,7 +15,7 @@ MaybeNumber calculate(TOKENTYPE op, double left, double right, Otherwise otherwi
     case TOKEN_MINUS: return just(left - right);
     case TOKEN_DIVIDE: return just(left / right);
     }
-    return otherwise();
+    return {};
 }
 
 } // namespace Marl
