@@ -118,9 +118,10 @@ private:
     bool vector(VectorExpressionAST* node, int level);
     MaybeNumber negated(NegatedExpressionAST* node, int level);
     MaybeNumber call(BuiltinFunctionAST* node, int level);
-    [[gnu::noinline]] MaybeNumber apply(Builtin function, MaybeNumber last, double sample);
+    MaybeNumber argument(BuiltinFunctionAST* node, int level);
+    [[gnu::noinline]] MaybeNumber applyToTwo(Builtin function, MaybeNumber second, double sample);
 
-    [[gnu::noinline]] bool knowsTimes(const InterpolateExpressionAST* node, int level) const;
+    bool knowsTimes(const InterpolateExpressionAST* node, int level) const;
     Bracket bracketKnownTime(const InterpolateExpressionAST::ConstantTimes& known) const;
     Bracket bracketVaryingTime(InterpolateExpressionAST* node, int level);
     [[gnu::noinline]] void replaceTopByBlend(double earlier, double factor);
