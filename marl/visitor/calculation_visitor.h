@@ -8,6 +8,8 @@
 #include <marl/value/value.h>
 #include <marl/visitor/value_stack.h>
 
+#include <optional>
+
 namespace Marl {
 
 // Set the time, let a root node accept the evaluator, read the result:
@@ -139,7 +141,7 @@ private:
     bool shortcuts = true;
     int depth = 0; // levels around the node that accepts the evaluator
     ActiveReference* innermostReference = nullptr;
-    ValueStack heldValues; // taken off the stack and needed later in the same visit
+    std::optional<ValueStack> heldValues; // taken off the stack and needed later in the same visit
 };
 
 } // namespace Marl

@@ -53,7 +53,7 @@ void CalculationVisitor::visitInterpolateExpression(InterpolateExpressionAST* no
     if (!earlier.isThere) {
         const HeldValue held(*this);
         evaluate(keys.later->value, inside);
-        return replaceTopByBlend(heldValues.top(), keys.factor);
+        return replaceTopByBlend(heldValues->top(), keys.factor);
     }
     const MaybeNumber later = operand(keys.later->value, inside);
     if (!later.isThere)

@@ -67,7 +67,7 @@ void CalculationVisitor::visitTransformExpression(TransformExpressionAST* node)
 
 void CalculationVisitor::replaceTopByTransform()
 {
-    valueStack.top() = TraceTransform{heldValues.top().getMatrix(), valueStack.top().getTracePoint()};
+    valueStack.top() = TraceTransform{heldValues->top().getMatrix(), valueStack.top().getTracePoint()};
 }
 
 void CalculationVisitor::visitTransformHexExpression(TransformHexExpressionAST* node)

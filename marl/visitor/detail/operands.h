@@ -60,10 +60,12 @@ class CalculationVisitor::HeldValue {
 public:
     explicit HeldValue(CalculationVisitor& owner) : evaluator(owner)
     {
-        evaluator.heldValues.push(std::move(evaluator.valueStack.top()));
+        if (!evaluator.heldValues) // few evaluations have any
+            evaluator.heldValues.emplace();
+        evaluator.heldValues->push(std::move(evaluator.valueStack.top()));
         evaluator.valueStack.pop();
     }
-    ~HeldValue() { evaluator.heldValues.pop(); }
+    ~HeldValue() { evaluator.heldValues->pop(); }
     HeldValue(const HeldValue&) = delete;
     HeldValue& operator=(const HeldValue&) = delete;
 
