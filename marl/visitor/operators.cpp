@@ -21,8 +21,8 @@ struct CalculationVisitor::Operations {
         const MaybeNumber left = operand<leftKind>(evaluator, node->left, inside);
         if (!left.isThere)
             return onStack(evaluator, node, inside);
-        if (const double* right = evaluator.leaf(rightKind, node->right))
-            return calculate(op, left.number, *right);
+        if (isLeaf<rightKind>(node->right))
+            return calculate(op, left.number, operand<rightKind>(evaluator, node->right, inside).number);
         evaluator.valueStack.push(left.number);
         const MaybeNumber right = operand<rightKind>(evaluator, node->right, inside);
         if (!right.isThere)
@@ -46,14 +46,24 @@ struct CalculationVisitor::Operations {
         return evaluator.combineTopTwo(node->op);
     }
 
+    // Whether the operand is a number or the time, which need no visit.
+    template <FrequentNode kind>
+    static bool isLeaf(const ExpressionAST* node)
+    {
+        if constexpr (kind == FrequentNode::Builtin)
+            return static_cast<const BuiltinFunctionAST*>(node)->functionId == static_cast<int>(Builtin::Time);
+        return kind == FrequentNode::Number;
+    }
+
     // None stands for every kind that has no operations of its own.
     template <FrequentNode kind>
     static MaybeNumber operand(CalculationVisitor& evaluator, ExpressionAST* node, int level)
     {
-        if (const double* number = evaluator.leaf(kind, node))
-            return just(*number);
-        if constexpr (kind == FrequentNode::Builtin)
-            return evaluator.call(static_cast<BuiltinFunctionAST*>(node), level);
+        if constexpr (kind == FrequentNode::Number)
+            return just(static_cast<NumberExpressionAST*>(node)->number);
+        else if constexpr (kind == FrequentNode::Builtin)
+            return isLeaf<kind>(node) ? just(evaluator.timeParam)
+                                      : evaluator.call(static_cast<BuiltinFunctionAST*>(node), level);
         else if constexpr (kind == FrequentNode::Binary)
             return evaluator.binary(static_cast<BinaryExpressionAST*>(node), level);
         else

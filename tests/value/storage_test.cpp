@@ -29,6 +29,8 @@ TEST(CharString, SharesUntilItIsWrittenAlsoFromItself)
     third = second;
     EXPECT_EQ(textOf(second), textOf(first));
     EXPECT_EQ(textOf(third), textOf(first));
+    second = "other";
+    EXPECT_STREQ(third, "text");
     EXPECT_NE(textOf(first.clone()), textOf(first));
     EXPECT_STREQ(first.clone(), "text");
 
