@@ -73,6 +73,7 @@ struct CalculationVisitor::Operations {
     using ByOperator = std::array<Operation, 5>; // in the order of TOKENTYPE
     using ByRight = std::array<ByOperator, 6>;   // in the order of FrequentNode
     using ByLeft = std::array<ByRight, 6>;
+    static_assert(static_cast<std::size_t>(FrequentNode::Vector) + 1 == std::tuple_size_v<ByRight>);
 
     template <FrequentNode left, FrequentNode right>
     static constexpr ByOperator ofPair()
