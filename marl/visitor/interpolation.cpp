@@ -7,6 +7,7 @@
 #include <marl/value/interpolate_transform.h>
 
 #include <algorithm>
+#include <vector>
 
 namespace Marl {
 
@@ -24,6 +25,23 @@ namespace {
 double share(double start, double time, double end)
 {
     return (time - start) / (end - start);
+}
+
+// How many of the ascending times are not behind the time. They are halved until few are left, which
+// are counted: a count has no branch that could be foreseen wrongly.
+std::size_t countUpTo(double time, const std::vector<double>& times)
+{
+    constexpr std::ptrdiff_t few = 16;
+    auto first = times.begin(), last = times.end();
+    while (last - first > few) {
+        const auto middle = first + (last - first) / 2;
+        if (*middle <= time)
+            first = middle;
+        else
+            last = middle;
+    }
+    const auto counted = std::count_if(first, last, [time](double earlier) { return earlier <= time; });
+    return static_cast<std::size_t>(first - times.begin() + counted);
 }
 
 Value blendLists(const Value& earlierValue, const Value& laterValue, float earlierWeight, float laterWeight)
@@ -78,7 +96,7 @@ CalculationVisitor::bracketKnownTime(const InterpolateExpressionAST::ConstantTim
         return {keys.front()};
     if (timeParam >= times.back())
         return {keys.back()};
-    const auto later = static_cast<std::size_t>(std::ranges::upper_bound(times, timeParam) - times.begin());
+    const std::size_t later = countUpTo(timeParam, times);
     return {keys[later - 1], keys[later], share(times[later - 1], timeParam, times[later])};
 }
 
