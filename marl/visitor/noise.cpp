@@ -70,7 +70,9 @@ struct CellAxis {
     explicit CellAxis(float coordinate)
     {
         const double wide = widened(coordinate);
-        const int cell = truncated(wide >= 0.0 ? wide : wide - 0.999999999);
+        // Looked up, for a branch on the sign of scattered points cannot be foreseen.
+        constexpr double roundedDown[] = {0.999999999, 0.0};
+        const int cell = truncated(wide - roundedDown[wide >= 0.0 ? 1 : 0]);
         low = static_cast<unsigned>(cell) % 256;
         high = (low + 1) % 256;
         fromLow = coordinate - static_cast<float>(cell);
