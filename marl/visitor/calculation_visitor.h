@@ -118,6 +118,7 @@ private:
     MaybeNumber binary(BinaryExpressionAST* node, int level);
     [[gnu::noinline]] MaybeNumber combineTopTwo(TOKENTYPE op);
     bool vector(VectorExpressionAST* node, int level);
+    MaybeNumber vectorOperand(VectorExpressionAST* node, int level);
     MaybeNumber negated(NegatedExpressionAST* node, int level);
     MaybeNumber call(BuiltinFunctionAST* node, int level);
     MaybeNumber argument(BuiltinFunctionAST* node, int level);

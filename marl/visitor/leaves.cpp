@@ -54,10 +54,7 @@ MaybeNumber CalculationVisitor::walkOther(FrequentNode shortcut, ExpressionAST* 
     switch (shortcut) {
     case FrequentNode::Builtin: return call(static_cast<BuiltinFunctionAST*>(node), level);
     case FrequentNode::Negated: return negated(static_cast<NegatedExpressionAST*>(node), level);
-    case FrequentNode::Vector:
-        if (!vector(static_cast<VectorExpressionAST*>(node), level))
-            failIncomplete();
-        return {};
+    case FrequentNode::Vector: return vectorOperand(static_cast<VectorExpressionAST*>(node), level);
     default: return visited(node, level);
     }
 }

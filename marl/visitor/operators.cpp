@@ -55,7 +55,7 @@ struct CalculationVisitor::Operations {
         return kind == FrequentNode::Number;
     }
 
-    // None stands for every kind that has no operations of its own.
+    // None stands for every kind that has no operations of its own, as negations have none.
     template <FrequentNode kind>
     static MaybeNumber operand(CalculationVisitor& evaluator, ExpressionAST* node, int level)
     {
@@ -66,6 +66,8 @@ struct CalculationVisitor::Operations {
                                       : evaluator.call(static_cast<BuiltinFunctionAST*>(node), level);
         else if constexpr (kind == FrequentNode::Binary)
             return evaluator.binary(static_cast<BinaryExpressionAST*>(node), level);
+        else if constexpr (kind == FrequentNode::Vector)
+            return evaluator.vectorOperand(static_cast<VectorExpressionAST*>(node), level);
         else
             return evaluator.walkOther(evaluator.shortcutTo(node), node, level);
     }
@@ -87,14 +89,14 @@ struct CalculationVisitor::Operations {
     {
         using enum FrequentNode;
         return {ofPair<left, None>(),   ofPair<left, Number>(), ofPair<left, Builtin>(),
-                ofPair<left, Binary>(), ofPair<left, None>(),   ofPair<left, None>()};
+                ofPair<left, Binary>(), ofPair<left, None>(),   ofPair<left, Vector>()};
     }
 
     static constexpr ByLeft all()
     {
         using enum FrequentNode;
         return {ofLeft<None>(),   ofLeft<Number>(), ofLeft<Builtin>(),
-                ofLeft<Binary>(), ofLeft<None>(),   ofLeft<None>()};
+                ofLeft<Binary>(), ofLeft<None>(),   ofLeft<Vector>()};
     }
 };
 

@@ -68,6 +68,22 @@ TEST(Interpolation, FindsThePairOfKeysAroundTheTime)
     }
 }
 
+// Where they are many, they are not walked one by one.
+TEST(Interpolation, FindsThePairAmongManyKeys)
+{
+    for (const int count : {16, 17, 18, 33, 100}) {
+        Tree t;
+        std::vector<double> squares;
+        for (int i = 0; i < count; ++i)
+            squares.push_back(i * i);
+        auto* node = resolved(numbered(t, squares));
+        for (int i = 0; i + 1 < count; ++i) {
+            EXPECT_EQ(evaluated(node, i * i, true).getDouble(), i) << count;
+            EXPECT_EQ(evaluated(node, i * i + i + 0.5).getDouble(), i + 0.5) << count; // halfway
+        }
+    }
+}
+
 TEST(Interpolation, HoldsWhatCannotBeWeighted)
 {
     for (const char letter : std::string_view("-LAicfsSodr")) {
@@ -89,8 +105,8 @@ TEST(Interpolation, EvaluatesAllTimesAndOnlyTheValuesItNeeds)
         bool hold;
         const char* trail;
     } rows[] = {
-        {-1, false, "012a"}, {0.5, false, "012ab"}, {1, false, "012bc"},
-        {1.5, true, "012b"}, {2, false, "012c"},    {nan, false, "012a"},
+        {-1, false, "012a"}, {0, false, "012a"}, {0.5, false, "012ab"}, {1, false, "012bc"},
+        {1.5, true, "012b"}, {2, false, "012c"}, {nan, false, "012a"},
     };
     for (const auto& [at, hold, trail] : rows) {
         t.trail.clear();

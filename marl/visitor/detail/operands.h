@@ -103,6 +103,14 @@ inline const double* CalculationVisitor::leaf(FrequentNode shortcut, const Expre
     return nullptr;
 }
 
+// Of a literal of no known kind there is no value to go on with.
+[[gnu::always_inline]] inline MaybeNumber CalculationVisitor::vectorOperand(VectorExpressionAST* node, int level)
+{
+    if (!vector(node, level))
+        failIncomplete();
+    return {};
+}
+
 [[gnu::always_inline]] inline MaybeNumber CalculationVisitor::walk(FrequentNode shortcut, ExpressionAST* node,
                                                                    int level)
 {
