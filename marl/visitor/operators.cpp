@@ -50,9 +50,7 @@ struct CalculationVisitor::Operations {
     template <FrequentNode kind>
     static bool isLeaf(const ExpressionAST* node)
     {
-        if constexpr (kind == FrequentNode::Builtin)
-            return static_cast<const BuiltinFunctionAST*>(node)->functionId == static_cast<int>(Builtin::Time);
-        return kind == FrequentNode::Number;
+        return kind == FrequentNode::Number || (kind == FrequentNode::Builtin && isTime(node));
     }
 
     // None stands for every kind that has no operations of its own, as negations have none.
@@ -62,8 +60,8 @@ struct CalculationVisitor::Operations {
         if constexpr (kind == FrequentNode::Number)
             return just(static_cast<NumberExpressionAST*>(node)->number);
         else if constexpr (kind == FrequentNode::Builtin)
-            return isLeaf<kind>(node) ? just(evaluator.timeParam)
-                                      : evaluator.call(static_cast<BuiltinFunctionAST*>(node), level);
+            return isTime(node) ? just(evaluator.timeParam)
+                                : evaluator.call(static_cast<BuiltinFunctionAST*>(node), level);
         else if constexpr (kind == FrequentNode::Binary)
             return evaluator.binary(static_cast<BinaryExpressionAST*>(node), level);
         else if constexpr (kind == FrequentNode::Vector)

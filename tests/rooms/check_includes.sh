@@ -9,33 +9,28 @@ includes=0
 offences=0
 
 # Every include in the room's files must begin as the Perl expression says.
-only() # ROOM FILES EXPRESSION
+only() # ROOM EXPRESSION GREP-OPTION...
 {
     local all offending
-    all=$(grep -rnHE --include="$2" '^\s*#\s*include' "$1" 2>/dev/null) || return 0
+    all=$(grep -rnE "${@:3}" '^\s*#\s*include' "$1" 2>/dev/null) || return 0
     includes=$((includes + $(wc -l <<<"$all")))
-    offending=$(grep -vP "#\s*include\s*($3)" <<<"$all") || return 0
+    offending=$(grep -vP "#\s*include\s*($2)" <<<"$all") || return 0
     printf '%s\n' "Not for $1:" "$offending"
     offences=$((offences + $(wc -l <<<"$offending")))
 }
 
+sources=(--include='*.h' --include='*.cpp')
+public=(--include='*.h' --exclude-dir=detail)
 standard='<[a-z_]+>|<pthread\.h>' # every header of the C++ standard is one word without a suffix
-for files in '*.h' '*.cpp'; do
-    only marl/value   "$files" "$standard|<marl/(api\.h|value/)"
-    only marl/ast     "$files" "$standard|<marl/(api\.h|(value|ast)/)"
-    only marl/visitor "$files" "$standard|<marl/(api\.h|(value|ast|visitor)/)"
-    only marl         "$files" "$standard|<marl/"
-    for room in host examples tests benchmarks fuzz; do
-        below=$room
-        [[ $room != tests && $room != fuzz ]] || below="host|$room"
-        only "$room" "$files" "[<\"](?!marl/.*detail/)((marl|$below)/|(?!(host|examples|tests|benchmarks|fuzz)/))"
-    done
-done
-# The includes of public headers; those of the library's own stand one folder deeper.
-for room in marl marl/value marl/ast marl/visitor; do
-    for header in "$room"/*.h; do
-        only "$header" '*.h' '(?!.*/detail/)'
-    done
+only marl/value   "$standard|<marl/(api\.h|value/)" "${sources[@]}"
+only marl/ast     "$standard|<marl/(api\.h|(value|ast)/)" "${sources[@]}"
+only marl/visitor "$standard|<marl/(api\.h|(value|ast|visitor)/)" "${sources[@]}"
+only marl         "$standard|<marl/" "${sources[@]}"
+only marl         '(?!.*/detail/)' "${public[@]}"
+for room in host examples tests benchmarks fuzz; do
+    below=$room
+    [[ $room != tests && $room != fuzz ]] || below="host|$room"
+    only "$room" "[<\"](?!marl/.*detail/)((marl|$below)/|(?!(host|examples|tests|benchmarks|fuzz)/))" "${sources[@]}"
 done
 
 echo "$includes includes, $offences offences"

@@ -91,14 +91,19 @@ inline FrequentNode CalculationVisitor::shortcutTo(const ExpressionAST* node) co
     return node && shortcuts ? node->frequentNode() : FrequentNode::None;
 }
 
+// Of a node that is a built-in function.
+inline bool isTime(const ExpressionAST* node)
+{
+    return static_cast<const BuiltinFunctionAST*>(node)->functionId == static_cast<int>(Builtin::Time);
+}
+
 // Where the number of a literal or of the time stands; null for any other node. Half of all
 // operands are such leaves, and a visit costs more than their value.
 inline const double* CalculationVisitor::leaf(FrequentNode shortcut, const ExpressionAST* node) const
 {
     if (shortcut == FrequentNode::Number)
         return &static_cast<const NumberExpressionAST*>(node)->number;
-    if (shortcut == FrequentNode::Builtin
-        && static_cast<const BuiltinFunctionAST*>(node)->functionId == static_cast<int>(Builtin::Time))
+    if (shortcut == FrequentNode::Builtin && isTime(node))
         return &timeParam;
     return nullptr;
 }
