@@ -6,6 +6,7 @@
 namespace Marl {
 
 class Visitor;
+class CalculationVisitor;
 
 class ExpressionAST;
 class BinaryExpressionAST;

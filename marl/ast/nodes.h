@@ -5,10 +5,12 @@
 #pragma once
 
 #include <marl/ast/expression.h>
+#include <marl/ast/key_times.h>
 #include <marl/ast/list_type_expression.h>
 #include <marl/ast/source.h>
 #include <marl/ast/token_type.h>
 
+#include <atomic>
 #include <cstdint>
 #include <vector>
 
@@ -16,6 +18,10 @@ namespace Marl {
 
 // left op right
 class MARL_API BinaryExpressionAST final : public ExpressionAST {
+    friend class CalculationVisitor;
+    // Which operation of an evaluator fitted the fields below last. Only a hint: it is checked at every use.
+    std::atomic<unsigned char> inlineCache = 0;
+
 public:
     BinaryExpressionAST() : ExpressionAST(FrequentNode::Binary) {}
     void accept(Visitor* visitor) override;
@@ -127,7 +133,7 @@ public:
 
     // What sortKeys() noted when every time is constant; no times otherwise.
     struct ConstantTimes {
-        std::vector<double> times; // ascending, never NaN
+        KeyTimes times;
         std::vector<InterpolateKey*> keys;
         int nesting = 0; // levels of the deepest time expression
     };

@@ -69,12 +69,13 @@ void InterpolateExpressionAST::sortKeys()
         return;
 
     std::ranges::stable_sort(timed, {}, &TimedKey::time);
-    ConstantTimes noted{.times = {}, .keys = {}, .nesting = nesting};
+    std::vector<double> times;
+    std::vector<InterpolateKey*> keys;
     for (const TimedKey& entry : timed) {
-        noted.times.push_back(entry.time);
-        noted.keys.push_back(entry.key);
+        times.push_back(entry.time);
+        keys.push_back(entry.key);
     }
-    constant = std::move(noted);
+    constant = {.times = KeyTimes(std::move(times)), .keys = std::move(keys), .nesting = nesting};
 
     firstKey = timed.front().key;
     lastKey = timed.back().key;

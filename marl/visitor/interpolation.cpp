@@ -6,9 +6,6 @@
 #include <marl/value/exceptions.h>
 #include <marl/value/interpolate_transform.h>
 
-#include <algorithm>
-#include <vector>
-
 namespace Marl {
 
 // The keys around a time, and how far it is on the way from the earlier to the later. Without a
@@ -25,23 +22,6 @@ namespace {
 double share(double start, double time, double end)
 {
     return (time - start) / (end - start);
-}
-
-// How many of the ascending times are not behind the time. They are halved until few are left, which
-// are counted: a count has no branch that could be foreseen wrongly.
-std::size_t countUpTo(double time, const std::vector<double>& times)
-{
-    constexpr std::ptrdiff_t few = 16;
-    auto first = times.begin(), last = times.end();
-    while (last - first > few) {
-        const auto middle = first + (last - first) / 2;
-        if (*middle <= time)
-            first = middle;
-        else
-            last = middle;
-    }
-    const auto counted = std::count_if(first, last, [time](double earlier) { return earlier <= time; });
-    return static_cast<std::size_t>(first - times.begin() + counted);
 }
 
 Value blendLists(const Value& earlierValue, const Value& laterValue, float earlierWeight, float laterWeight)
@@ -96,7 +76,7 @@ CalculationVisitor::bracketKnownTime(const InterpolateExpressionAST::ConstantTim
         return {keys.front()};
     if (timeParam >= times.back())
         return {keys.back()};
-    const std::size_t later = countUpTo(timeParam, times);
+    const std::size_t later = times.countUpTo(timeParam);
     return {keys[later - 1], keys[later], share(times[later - 1], timeParam, times[later])};
 }
 

@@ -104,9 +104,10 @@ float CalculationVisitor::noise(const Vector& point)
 {
     initNoiseOnce();
     const float scale = noiseParams.scale;
-    const CellAxis x((point.x + 0.3333f) * scale);
-    const CellAxis y((point.y + 0.1111f) * scale);
+    // The last first, for with it begins the chain of look-ups, on which all else waits.
     const CellAxis z((point.z + 7829375.0f) * scale);
+    const CellAxis y((point.y + 0.1111f) * scale);
+    const CellAxis x((point.x + 0.3333f) * scale);
 
     // Pull of the eight corners: k, then low 0 or high 1 along x, y and z.
     const double k000 = corner(x.low, y.low, z.low, x.fromLow, y.fromLow, z.fromLow);

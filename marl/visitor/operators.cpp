@@ -3,115 +3,121 @@
 
 #include <marl/ast/detail/number_operators.h>
 
-#include <algorithm>
 #include <array>
+#include <climits>
+#include <utility>
 
 namespace Marl {
 
-// Which operation a node asks for is looked up by the kinds of its operands and by its operator, all
-// three at once: processors foresee one jump through a table far better than the branches that would
-// ask for the three one after the other.
+// Which operation computes a node depends on its operator and on what its operands are. A node
+// remembers that from one walk to the next, which is an inline cache (L. P. Deutsch and A. M. Schiffman,
+// "Efficient Implementation of the Smalltalk-80 System", POPL 1984): the jump is made while the operands
+// are still on their way from memory, and whether it was the right one is checked when they are there.
 struct CalculationVisitor::Operations {
     using Operation = MaybeNumber (*)(CalculationVisitor&, BinaryExpressionAST*, int level);
 
-    template <FrequentNode leftKind, FrequentNode rightKind, TOKENTYPE op>
-    static MaybeNumber operation(CalculationVisitor& evaluator, BinaryExpressionAST* node, int level)
+    // How an operand is read.
+    enum class Reading { Visit, Number, Time, Call, Operator, Vector };
+
+    static constexpr std::size_t readings = static_cast<std::size_t>(Reading::Vector) + 1;
+    static constexpr std::size_t operators = 4;
+    static constexpr std::size_t combinations = readings * readings * operators;
+    static_assert(combinations <= UCHAR_MAX);
+
+    static Reading readingOf(const ExpressionAST* node)
     {
-        const int inside = evaluator.enter(level);
-        const MaybeNumber left = operand<leftKind>(evaluator, node->left, inside);
-        if (!left.isThere)
-            return onStack(evaluator, node, inside);
-        if (isLeaf<rightKind>(node->right))
-            return calculate(op, left.number, operand<rightKind>(evaluator, node->right, inside).number);
-        evaluator.valueStack.push(left.number);
-        const MaybeNumber right = operand<rightKind>(evaluator, node->right, inside);
-        if (!right.isThere)
-            return evaluator.combineTopTwo(op);
-        evaluator.valueStack.popNumber();
-        return calculate(op, left.number, right.number);
+        switch (node ? node->frequentNode() : FrequentNode::None) {
+        case FrequentNode::Number: return Reading::Number;
+        case FrequentNode::Builtin: return isTime(node) ? Reading::Time : Reading::Call;
+        case FrequentNode::Binary: return Reading::Operator;
+        case FrequentNode::Vector: return Reading::Vector;
+        default: return Reading::Visit;
+        }
     }
 
-    // Of a code that is none of the four.
-    static MaybeNumber noOperation(CalculationVisitor& evaluator, BinaryExpressionAST* node, int level)
-    {
-        const int inside = evaluator.enter(level);
-        evaluator.evaluate(node->left, inside);
-        return onStack(evaluator, node, inside);
-    }
-
-    // The left operand lies on the stack.
-    [[gnu::noinline]] static MaybeNumber onStack(CalculationVisitor& evaluator, BinaryExpressionAST* node, int inside)
-    {
-        evaluator.evaluate(node->right, inside);
-        return evaluator.combineTopTwo(node->op);
-    }
-
-    // Whether the operand is a number or the time, which need no visit.
-    template <FrequentNode kind>
-    static bool isLeaf(const ExpressionAST* node)
-    {
-        return kind == FrequentNode::Number || (kind == FrequentNode::Builtin && isTime(node));
-    }
-
-    // None stands for every kind that has no operations of its own, as negations have none.
-    template <FrequentNode kind>
+    template <Reading reading>
     static MaybeNumber operand(CalculationVisitor& evaluator, ExpressionAST* node, int level)
     {
-        if constexpr (kind == FrequentNode::Number)
+        if constexpr (reading == Reading::Number)
             return just(static_cast<NumberExpressionAST*>(node)->number);
-        else if constexpr (kind == FrequentNode::Builtin)
-            return isTime(node) ? just(evaluator.timeParam)
-                                : evaluator.call(static_cast<BuiltinFunctionAST*>(node), level);
-        else if constexpr (kind == FrequentNode::Binary)
+        else if constexpr (reading == Reading::Time)
+            return just(evaluator.timeParam);
+        else if constexpr (reading == Reading::Call)
+            return evaluator.call(static_cast<BuiltinFunctionAST*>(node), level);
+        else if constexpr (reading == Reading::Operator)
             return evaluator.binary(static_cast<BinaryExpressionAST*>(node), level);
-        else if constexpr (kind == FrequentNode::Vector)
+        else if constexpr (reading == Reading::Vector)
             return evaluator.vectorOperand(static_cast<VectorExpressionAST*>(node), level);
         else
             return evaluator.walkOther(evaluator.shortcutTo(node), node, level);
     }
 
-    using ByOperator = std::array<Operation, 5>; // in the order of TOKENTYPE
-    using ByRight = std::array<ByOperator, 6>;   // in the order of FrequentNode
-    using ByLeft = std::array<ByRight, 6>;
-    static_assert(static_cast<std::size_t>(FrequentNode::Vector) + 1 == std::tuple_size_v<ByRight>);
-
-    template <FrequentNode left, FrequentNode right>
-    static constexpr ByOperator ofPair()
+    template <Reading leftReading, Reading rightReading, TOKENTYPE op>
+    static MaybeNumber operation(CalculationVisitor& evaluator, BinaryExpressionAST* node, int level)
     {
-        return {operation<left, right, TOKEN_PLUS>, operation<left, right, TOKEN_MINUS>,
-                operation<left, right, TOKEN_DIVIDE>, operation<left, right, TOKEN_MULTIPLY>, noOperation};
+        if (node->op != op || readingOf(node->left) != leftReading || readingOf(node->right) != rightReading)
+            return anyOperation(evaluator, node, level);
+        const int inside = evaluator.enter(level);
+        const MaybeNumber left = operand<leftReading>(evaluator, node->left, inside);
+        if (left.isThere) {
+            if constexpr (rightReading == Reading::Number || rightReading == Reading::Time)
+                return calculate(op, left.number, operand<rightReading>(evaluator, node->right, inside).number);
+            evaluator.valueStack.push(left.number);
+        }
+        const MaybeNumber right = operand<rightReading>(evaluator, node->right, inside);
+        if (left.isThere && right.isThere) {
+            evaluator.valueStack.popNumber();
+            return calculate(op, left.number, right.number);
+        }
+        evaluator.pushNumber(right);
+        return evaluator.combineTopTwo(op);
     }
 
-    template <FrequentNode left>
-    static constexpr ByRight ofLeft()
+    // Of a node that is met for the first time or has changed, and of one whose operator is none of the four.
+    [[gnu::noinline]] static MaybeNumber anyOperation(CalculationVisitor& evaluator, BinaryExpressionAST* node,
+                                                      int level)
     {
-        using enum FrequentNode;
-        return {ofPair<left, None>(),   ofPair<left, Number>(), ofPair<left, Builtin>(),
-                ofPair<left, Binary>(), ofPair<left, None>(),   ofPair<left, Vector>()};
+        node->inlineCache.store(placeOf(node), std::memory_order_relaxed);
+        const int inside = evaluator.enter(level);
+        evaluator.evaluate(node->left, inside);
+        evaluator.evaluate(node->right, inside);
+        return evaluator.combineTopTwo(node->op);
     }
 
-    static constexpr ByLeft all()
+    // Where the node's operation stands in the table: behind that for any node, which is what a cache says at first.
+    static unsigned char placeOf(const BinaryExpressionAST* node)
     {
-        using enum FrequentNode;
-        return {ofLeft<None>(),   ofLeft<Number>(), ofLeft<Builtin>(),
-                ofLeft<Binary>(), ofLeft<None>(),   ofLeft<Vector>()};
+        const auto op = static_cast<std::size_t>(node->op) - static_cast<std::size_t>(TOKEN_PLUS);
+        if (op >= operators)
+            return 0;
+        const auto left = static_cast<std::size_t>(readingOf(node->left));
+        const auto right = static_cast<std::size_t>(readingOf(node->right));
+        return static_cast<unsigned char>(1 + (left * readings + right) * operators + op);
     }
+
+    using Table = std::array<Operation, 1 + combinations>;
+    template <std::size_t... i>
+    static constexpr Table all(std::index_sequence<i...>)
+    {
+        return {anyOperation,
+                operation<Reading(i / operators / readings), Reading(i / operators % readings),
+                          TOKENTYPE(TOKEN_PLUS + i % operators)>...};
+    }
+    static const Table table;
 };
+
+constinit const CalculationVisitor::Operations::Table CalculationVisitor::Operations::table =
+    all(std::make_index_sequence<combinations>());
 
 void CalculationVisitor::visitBinaryExpression(BinaryExpressionAST* node)
 {
     const int level = levelOfVisit();
-    pushNumber(shortcuts ? binary(node, level) : Operations::noOperation(*this, node, level));
+    pushNumber(shortcuts ? binary(node, level) : Operations::anyOperation(*this, node, level));
 }
 
 MaybeNumber CalculationVisitor::binary(BinaryExpressionAST* node, int level)
 {
-    static constexpr Operations::ByLeft operations = Operations::all();
-    const auto kindOf = [](const ExpressionAST* operand) {
-        return static_cast<std::size_t>(operand ? operand->frequentNode() : FrequentNode::None);
-    };
-    const auto op = std::min(static_cast<unsigned>(node->op) - static_cast<unsigned>(TOKEN_PLUS), 4u);
-    return operations[kindOf(node->left)][kindOf(node->right)][op](*this, node, level);
+    return Operations::table[node->inlineCache.load(std::memory_order_relaxed)](*this, node, level);
 }
 
 } // namespace Marl

@@ -7,8 +7,10 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <random>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace Marl::Tests {
 namespace {
@@ -95,6 +97,31 @@ TEST(Operators, AnUnknownTokenGivesAnUndefinedValueOfTwoEvaluatedOperands)
 }
 
 // A tree's numbers go another way.
+// An evaluator remembers in the node what it met there; whoever changes the node need not know.
+TEST(Operators, ComputeWhatTheirNodeSaysNow)
+{
+    Tree t;
+    auto* call = t.call(Builtin::Time, {4});
+    const std::vector<ExpressionAST*> operands = {t.node(3), call,       t.sum(1, t.call(Builtin::Time)),
+                                                  nullptr,   t.list({}), t.vec(1, 2, 3)};
+    const std::vector<Builtin> functions = {Builtin::Time, Builtin::Sqr, Builtin::Pi};
+    const std::vector<int> tokens = {12, 13, 14, 15, 16};
+    std::minstd_rand random;
+    const auto oneOf = [&](const auto& some) { return some[random() % some.size()]; };
+
+    auto* changed = t.binary(1, 13, 1);
+    for (int step = 0; step < 2000; ++step) {
+        switch (random() % 4) {
+        case 0: changed->left = oneOf(operands); break;
+        case 1: changed->right = oneOf(operands); break;
+        case 2: changed->op = TOKENTYPE(oneOf(tokens)); break;
+        case 3: call->functionId = static_cast<int>(oneOf(functions)); break;
+        }
+        const std::string expected = resultOf(t.binary(changed->left, changed->op, changed->right), 10);
+        ASSERT_EQ(resultOf(changed, 10), expected) << "step " << step;
+    }
+}
+
 TEST(Operators, TakeTheNumbersOfAHost)
 {
     CalculationVisitor evaluator;

@@ -68,22 +68,6 @@ TEST(Interpolation, FindsThePairOfKeysAroundTheTime)
     }
 }
 
-// Where they are many, they are not walked one by one.
-TEST(Interpolation, FindsThePairAmongManyKeys)
-{
-    for (const int count : {16, 17, 18, 33, 100}) {
-        Tree t;
-        std::vector<double> squares;
-        for (int i = 0; i < count; ++i)
-            squares.push_back(i * i);
-        auto* node = resolved(numbered(t, squares));
-        for (int i = 0; i + 1 < count; ++i) {
-            EXPECT_EQ(evaluated(node, i * i, true).getDouble(), i) << count;
-            EXPECT_EQ(evaluated(node, i * i + i + 0.5).getDouble(), i + 0.5) << count; // halfway
-        }
-    }
-}
-
 TEST(Interpolation, HoldsWhatCannotBeWeighted)
 {
     for (const char letter : std::string_view("-LAicfsSodr")) {
