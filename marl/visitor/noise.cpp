@@ -6,6 +6,7 @@
 #include <marl/visitor/detail/truncation.h>
 
 #include <atomic>
+#include <cstring>
 #include <iterator>
 #include <mutex>
 #include <utility>
@@ -17,26 +18,25 @@ namespace {
 
 class PerlinNoise {
 public:
-    // Appends the constants; called once.
+    // Appends the constants; called once. The tables go round in a circle, so the first entry stands
+    // behind the last once more.
     void init()
     {
-        permutation.reserve(std::size(noisePermutation));
-        gradients.reserve(std::size(noiseGradients));
+        permutation.reserve(std::size(noisePermutation) + 1);
+        gradients.reserve(std::size(noiseGradients) + 1);
         permutation.insert(permutation.end(), std::begin(noisePermutation), std::end(noisePermutation));
+        permutation.push_back(noisePermutation[0]);
         gradients.insert(gradients.end(), std::begin(noiseGradients), std::end(noiseGradients));
+        gradients.push_back(noiseGradients[0]);
     }
 
-    // The gradient of a lattice point, its coordinates wrapped to 0 to 255.
-    const Vector& gradient(unsigned x, unsigned y, unsigned z) const
-    {
-        return gradients[(x + hash(y + hash(z))) % 256];
-    }
+    // What stands at an index and, behind it, what stands at the next one.
+    const unsigned* hashPair(unsigned index) const { return &permutation[index % 256]; }
+    const Vector* gradientPair(unsigned index) const { return &gradients[index % 256]; }
 
 private:
-    unsigned hash(unsigned index) const { return static_cast<unsigned>(permutation[index % 256]); }
-
     std::vector<Vector> gradients;
-    std::vector<int> permutation;
+    std::vector<unsigned> permutation;
 };
 
 struct NoiseParams {
@@ -64,8 +64,8 @@ void initNoiseOnce()
     inited.store(1, std::memory_order_release);
 }
 
-// One axis of the cell that a coordinate lies in: its two lattice planes, wrapped, how far
-// the point lies from each, and how much the higher one weighs.
+// One axis of the cell that a coordinate lies in: its lower lattice plane, how far the point lies from
+// that and from the next one, and how much the next one weighs.
 struct CellAxis {
     explicit CellAxis(float coordinate)
     {
@@ -73,27 +73,35 @@ struct CellAxis {
         // Looked up, for a branch on the sign of scattered points cannot be foreseen.
         constexpr double roundedDown[] = {0.999999999, 0.0};
         const int cell = truncated(wide - roundedDown[wide >= 0.0 ? 1 : 0]);
-        low = static_cast<unsigned>(cell) % 256;
-        high = (low + 1) % 256;
+        low = static_cast<unsigned>(cell);
         fromLow = coordinate - static_cast<float>(cell);
         fromHigh = coordinate - static_cast<float>(cell + 1);
         const double t = widened(fromLow);
         fade = (t * t * t) * (((t * 6.0) + (-15.0)) * t + 10.0);
     }
 
-    unsigned low, high;
+    unsigned low;
     float fromLow, fromHigh;
     double fade;
 };
 
-// The pull of the lattice point's gradient at a distance from it.
-double corner(unsigned x, unsigned y, unsigned z, float dx, float dy, float dz)
+// Numbers side by side: an operator computes each as it would alone.
+using Singles = float __attribute__((vector_size(16)));
+using Doubles = double __attribute__((vector_size(16)));
+using FourDoubles = double __attribute__((vector_size(32)));
+
+// The x, y or z (0, 1 or 2) of two pairs of gradients.
+Singles components(int which, const Vector* firstPair, const Vector* secondPair)
 {
-    const Vector& g = perlinNoise.gradient(x, y, z);
-    return widened(g.x * dx + g.y * dy + g.z * dz);
+    static_assert(sizeof(Vector) == 3 * sizeof(float));
+    Singles first, second;
+    std::memcpy(&first, reinterpret_cast<const float*>(firstPair) + which, sizeof first);
+    std::memcpy(&second, reinterpret_cast<const float*>(secondPair) + which, sizeof second);
+    return __builtin_shufflevector(first, second, 0, 3, 4, 7);
 }
 
-double lerp(double t, double a, double b)
+template <typename Number>
+Number lerp(double t, Number a, Number b)
 {
     return ((b - a) * t) + a;
 }
@@ -109,20 +117,26 @@ float CalculationVisitor::noise(const Vector& point)
     const CellAxis y((point.y + 0.1111f) * scale);
     const CellAxis x((point.x + 0.3333f) * scale);
 
-    // Pull of the eight corners: k, then low 0 or high 1 along x, y and z.
-    const double k000 = corner(x.low, y.low, z.low, x.fromLow, y.fromLow, z.fromLow);
-    const double k100 = corner(x.high, y.low, z.low, x.fromHigh, y.fromLow, z.fromLow);
-    const double k010 = corner(x.low, y.high, z.low, x.fromLow, y.fromHigh, z.fromLow);
-    const double k110 = corner(x.high, y.high, z.low, x.fromHigh, y.fromHigh, z.fromLow);
-    const double k001 = corner(x.low, y.low, z.high, x.fromLow, y.fromLow, z.fromHigh);
-    const double k101 = corner(x.high, y.low, z.high, x.fromHigh, y.fromLow, z.fromHigh);
-    const double k011 = corner(x.low, y.high, z.high, x.fromLow, y.fromHigh, z.fromHigh);
-    const double k111 = corner(x.high, y.high, z.high, x.fromHigh, y.fromHigh, z.fromHigh);
+    // Four corners each: low and high x at low y, the same at high y. A corner pulls with its gradient.
+    const Singles dx = {x.fromLow, x.fromHigh, x.fromLow, x.fromHigh};
+    const Singles dy = {y.fromLow, y.fromLow, y.fromHigh, y.fromHigh};
+    const auto pulls = [&](unsigned hashOfZ, float fromZ) {
+        const unsigned* alongY = perlinNoise.hashPair(y.low + hashOfZ);
+        const Vector* lowY = perlinNoise.gradientPair(x.low + alongY[0]);
+        const Vector* highY = perlinNoise.gradientPair(x.low + alongY[1]);
+        const Singles dz = {fromZ, fromZ, fromZ, fromZ};
+        return components(0, lowY, highY) * dx + components(1, lowY, highY) * dy + components(2, lowY, highY) * dz;
+    };
+    const unsigned* alongZ = perlinNoise.hashPair(z.low);
+    const Singles lowZ = pulls(alongZ[0], z.fromLow), highZ = pulls(alongZ[1], z.fromHigh);
 
-    const double e00 = lerp(x.fade, k000, k100), e10 = lerp(x.fade, k010, k110);
-    const double e01 = lerp(x.fade, k001, k101), e11 = lerp(x.fade, k011, k111);
-    const double c0 = lerp(y.fade, e00, e10), c1 = lerp(y.fade, e01, e11);
-    return single(lerp(z.fade, c0, c1));
+    const FourDoubles lowX = __builtin_convertvector(__builtin_shufflevector(lowZ, highZ, 0, 2, 4, 6), FourDoubles);
+    const FourDoubles highX = __builtin_convertvector(__builtin_shufflevector(lowZ, highZ, 1, 3, 5, 7), FourDoubles);
+    const FourDoubles edges = (highX - lowX) * x.fade + lowX;
+    const Doubles lowY = __builtin_shufflevector(edges, edges, 0, 2);
+    const Doubles highY = __builtin_shufflevector(edges, edges, 1, 3);
+    const Doubles faces = lerp(y.fade, lowY, highY);
+    return single(lerp(z.fade, faces[0], faces[1]));
 }
 
 } // namespace Marl

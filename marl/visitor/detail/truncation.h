@@ -2,13 +2,14 @@
 #pragma once
 
 #include <climits>
+#include <cmath>
 
 namespace Marl {
 
 // Toward zero. NaN and what 32 bits cannot hold give the smallest int, on every machine.
-constexpr int truncated(double x)
+inline int truncated(double x)
 {
-    return x > INT_MIN - 1.0 && x < INT_MAX + 1.0 ? static_cast<int>(x) : INT_MIN;
+    return std::abs(x) < INT_MAX + 1.0 ? static_cast<int>(x) : INT_MIN;
 }
 
 } // namespace Marl
