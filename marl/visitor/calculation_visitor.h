@@ -96,7 +96,7 @@ private:
     struct Operations;
 
     FrequentNode shortcutTo(const ExpressionAST* node) const;
-    const double* leaf(FrequentNode shortcut, const ExpressionAST* node) const;
+    const double* leaf(const ExpressionAST* node) const;
     int levelOfVisit();
     int enter(int level) const;
     MaybeNumber operand(ExpressionAST* node, int level);

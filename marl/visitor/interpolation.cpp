@@ -24,6 +24,11 @@ double share(double start, double time, double end)
     return (time - start) / (end - start);
 }
 
+double blendNumbers(double earlier, double later, double factor)
+{
+    return factor * later + (1.0 - factor) * earlier;
+}
+
 Value blendLists(const Value& earlierValue, const Value& laterValue, float earlierWeight, float laterWeight)
 {
     ArrayHold<Vector> earlier(earlierValue.getListVector()), later(laterValue.getListVector());
@@ -47,6 +52,11 @@ void CalculationVisitor::visitInterpolateExpression(InterpolateExpressionAST* no
     if (!keys.later || dontInterpolate != 0)
         return passOn(keys.earlier->value, inside);
 
+    // As nearly all keys are.
+    const double *const earlierLeaf = leaf(keys.earlier->value), *const laterLeaf = leaf(keys.later->value);
+    if (earlierLeaf && laterLeaf)
+        return valueStack.push(blendNumbers(*earlierLeaf, *laterLeaf, keys.factor));
+
     const MaybeNumber earlier = operand(keys.earlier->value, inside);
     if (!earlier.isThere) {
         const HeldValue held(*this);
@@ -56,7 +66,7 @@ void CalculationVisitor::visitInterpolateExpression(InterpolateExpressionAST* no
     const MaybeNumber later = operand(keys.later->value, inside);
     if (!later.isThere)
         return replaceTopByBlend(earlier.number, keys.factor);
-    valueStack.push(keys.factor * later.number + (1.0 - keys.factor) * earlier.number);
+    valueStack.push(blendNumbers(earlier.number, later.number, keys.factor));
 }
 
 // Times that sortKeys() found constant need no visit. That must hide neither a time that
@@ -68,7 +78,7 @@ bool CalculationVisitor::knowsTimes(const InterpolateExpressionAST* node, int le
         && level + known.nesting <= depthLimit;
 }
 
-CalculationVisitor::Bracket
+inline CalculationVisitor::Bracket
 CalculationVisitor::bracketKnownTime(const InterpolateExpressionAST::ConstantTimes& known) const
 {
     const auto& [times, keys, nesting] = known;

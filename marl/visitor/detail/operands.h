@@ -99,8 +99,9 @@ inline bool isTime(const ExpressionAST* node)
 
 // Where the number of a literal or of the time stands; null for any other node. Half of all
 // operands are such leaves, and a visit costs more than their value.
-inline const double* CalculationVisitor::leaf(FrequentNode shortcut, const ExpressionAST* node) const
+inline const double* CalculationVisitor::leaf(const ExpressionAST* node) const
 {
+    const FrequentNode shortcut = shortcutTo(node);
     if (shortcut == FrequentNode::Number)
         return &static_cast<const NumberExpressionAST*>(node)->number;
     if (shortcut == FrequentNode::Builtin && isTime(node))
@@ -142,10 +143,9 @@ inline int CalculationVisitor::enter(int level) const
 // The operand's number; nothing when its value is of another kind and lies on the stack.
 inline MaybeNumber CalculationVisitor::operand(ExpressionAST* node, int level)
 {
-    const FrequentNode shortcut = shortcutTo(node);
-    if (const double* number = leaf(shortcut, node))
+    if (const double* number = leaf(node))
         return just(*number);
-    return walk(shortcut, node, level);
+    return walk(shortcutTo(node), node, level);
 }
 
 // What the node leaves on the stack is the visit's result, be it nothing. Part of its caller in
