@@ -153,9 +153,11 @@ void operateInPlace(TOKENTYPE op, Value& left, const Value& right)
 
 } // namespace
 
-// Both operands leave the stack, also when the operator throws.
-MaybeNumber CalculationVisitor::combineTopTwo(TOKENTYPE op)
+// The right operand is a number or lies on the stack; the left one lies there, below it. Both leave the
+// stack, also when the operator throws.
+MaybeNumber CalculationVisitor::combineTopWith(MaybeNumber right, TOKENTYPE op)
 {
+    pushNumber(right);
     try {
         operateInPlace(op, valueStack.below(), valueStack.top());
     } catch (...) {

@@ -116,7 +116,7 @@ private:
     Vector vectorOrTake(MaybeNumber operand);
 
     MaybeNumber binary(BinaryExpressionAST* node, int level);
-    [[gnu::noinline]] MaybeNumber combineTopTwo(TOKENTYPE op);
+    [[gnu::noinline]] MaybeNumber combineTopWith(MaybeNumber right, TOKENTYPE op);
     bool vector(VectorExpressionAST* node, int level);
     MaybeNumber vectorOperand(VectorExpressionAST* node, int level);
     MaybeNumber negated(NegatedExpressionAST* node, int level);

@@ -69,8 +69,7 @@ struct CalculationVisitor::Operations {
             evaluator.valueStack.popNumber();
             return calculate(op, left.number, right.number);
         }
-        evaluator.pushNumber(right);
-        return evaluator.combineTopTwo(op);
+        return evaluator.combineTopWith(right, op);
     }
 
     // Of a node that is met for the first time or has changed, and of one whose operator is none of the four.
@@ -80,8 +79,7 @@ struct CalculationVisitor::Operations {
         node->inlineCache.store(placeOf(node), std::memory_order_relaxed);
         const int inside = evaluator.enter(level);
         evaluator.evaluate(node->left, inside);
-        evaluator.evaluate(node->right, inside);
-        return evaluator.combineTopTwo(node->op);
+        return evaluator.combineTopWith(evaluator.operand(node->right, inside), node->op);
     }
 
     // Where the node's operation stands in the table: behind that for any node, which is what a cache says at first.
