@@ -5,6 +5,7 @@
 #include <cstring>
 #include <iterator>
 #include <limits>
+#include <utility>
 
 namespace Marl::Fuzz {
 
@@ -81,6 +82,14 @@ RandomTree::RandomTree(std::span<const std::uint8_t> given, Host::RunningScene& 
         properties.push_back(object->addProperty("p", nullptr));
     for (PropertyAST* property : properties)
         property->expression = node(anyKind());
+}
+
+void RandomTree::changeOperators()
+{
+    for (BinaryExpressionAST* node : operators) {
+        std::swap(node->left, node->right);
+        node->op = TOKENTYPE(node->op + 1);
+    }
 }
 
 double RandomTree::number()
@@ -195,6 +204,7 @@ ExpressionAST* RandomTree::constant()
 ExpressionAST* RandomTree::binary(ValueType kind)
 {
     auto* node = make<BinaryExpressionAST>();
+    operators.push_back(node);
     const int op = below(32);
     node->op = TOKENTYPE(op < 30 ? TOKEN_PLUS + op % 4 : 42 - op);
     node->left = this->node(kind);

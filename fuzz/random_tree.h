@@ -42,7 +42,12 @@ public:
     std::vector<InterpolateExpressionAST*> interpolations;
     std::vector<const int*> shareCounts; // of the data lists that are read already
 
+    // Exchanges the operands of every operator, and makes it another one.
+    void changeOperators();
+
 private:
+    std::vector<BinaryExpressionAST*> operators;
+
     int below(int end) { return bytes.ConsumeIntegralInRange(0, end - 1); }
     double number();
     float singleNumber() { return static_cast<float>(number()); }
