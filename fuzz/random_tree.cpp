@@ -86,10 +86,12 @@ RandomTree::RandomTree(std::span<const std::uint8_t> given, Host::RunningScene& 
 
 void RandomTree::changeOperators()
 {
-    for (BinaryExpressionAST* node : operators) {
-        std::swap(node->left, node->right);
-        node->op = TOKENTYPE(node->op + 1);
-    }
+    for (std::size_t i = 0; i + 1 < operators.size(); ++i)
+        switch (i % 3) {
+        case 0: std::swap(operators[i]->left, operators[i + 1]->left); break;
+        case 1: std::swap(operators[i]->right, operators[i + 1]->right); break;
+        case 2: std::swap(operators[i]->op, operators[i + 1]->op); break;
+        }
 }
 
 double RandomTree::number()

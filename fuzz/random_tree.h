@@ -42,7 +42,7 @@ public:
     std::vector<InterpolateExpressionAST*> interpolations;
     std::vector<const int*> shareCounts; // of the data lists that are read already
 
-    // Exchanges the operands of every operator, and makes it another one.
+    // Operators exchange a field each with the next one, so that some change nothing else.
     void changeOperators();
 
 private:
