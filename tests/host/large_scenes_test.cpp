@@ -133,22 +133,16 @@ TEST(LargeScenes, AreEvaluatedAsDeepByThreads)
 // Lines are found by blocks of the file; the first walk must agree with later ones, in any order.
 TEST(LargeScenes, HaveTheirLinesCounted)
 {
-    std::string text;
-    std::vector<std::int64_t> begins;
-    for (int line = 0; line < 5000; ++line) {
-        begins.push_back(static_cast<std::int64_t>(text.size()));
-        text += std::string(static_cast<std::size_t>(line * 7919 % 97), 'x') + '\n';
-    }
-    text += std::string(200'000, 'y') + "!";
+    const std::string line(60, 'x');
     const ScratchFolder files;
-    SceneFile file(files.write("s", text));
-    for (std::size_t line : {4999u, 0u, 2500u, 1u, 3999u}) {
-        const LineColumn found = file.lineColumn(begins[line]);
-        EXPECT_EQ(found.line, static_cast<std::int64_t>(line) + 1);
-        EXPECT_EQ(found.column, 1);
-    }
-    EXPECT_EQ(file.lineColumn(static_cast<std::int64_t>(text.size()) - 1).line, 5001);
-    EXPECT_EQ(file.lineColumn(static_cast<std::int64_t>(text.size()) - 1).column, 200'001);
+    SceneFile file(files.write("s", repeated(5000, line + '\n') + std::string(200'000, 'y') + '!'));
+    const auto expectAt = [&file](std::int64_t offset, std::int64_t expectedLine, std::int64_t expectedColumn) {
+        const LineColumn found = file.lineColumn(offset);
+        EXPECT_EQ(std::pair(found.line, found.column), std::pair(expectedLine, expectedColumn)) << offset;
+    };
+    for (const int lines : {4999, 0, 2500, 1, 3999})
+        expectAt(lines * 61, lines + 1, 1);
+    expectAt(5000 * 61 + 200'000, 5001, 200'001);
 }
 
 } // namespace

@@ -33,19 +33,6 @@ TEST(Scenes, NoteWhereThingsStand)
     EXPECT_EQ(textOfThing(expressionOf("q")), "vec[ 1 2 3 ]");
 }
 
-// Only places of data are recorded; the bytes come from the file when they are asked for.
-TEST(Scenes, LeaveDataInTheFile)
-{
-    TextScene text(inObject("v = vec[1 2 3, 4 5 6]; s = 'text';"));
-    const auto* list = dynamic_cast<ListTypeExpressionAST<Vector>*>(text.scene.findProperty("o", "v")->expression);
-    EXPECT_EQ(list->loaded, 0);
-    EXPECT_EQ(text.scene.file.textAt({list->sourceOffset, list->sourceOffset + list->length}), "1 2 3, 4 5 6");
-    const auto* string = dynamic_cast<StringExpressionAST*>(text.scene.findProperty("o", "s")->expression);
-    EXPECT_EQ(string->loaded, 0);
-    EXPECT_EQ(string->owner, &text.scene.file.owner);
-    EXPECT_STREQ(string->scenePath, text.scene.file.path().c_str());
-}
-
 TEST(Scenes, TellHowManyNodesAnEvaluationVisits)
 {
     const struct {
