@@ -20,23 +20,23 @@ KeyTimes::KeyTimes(std::vector<double> ascending) : times(std::move(ascending))
         return;
     cellBegins.resize(cells + 1);
     for (std::size_t i = 0; i < size(); ++i)
-        cellBegins[cellOf(times[i], cells) + 1] = static_cast<std::uint32_t>(i + 1);
+        cellBegins[cellOf(times[i]) + 1] = static_cast<std::uint32_t>(i + 1);
     std::inclusive_scan(cellBegins.begin(), cellBegins.end(), cellBegins.begin(),
                         [](auto a, auto b) { return std::max(a, b); });
 }
 
 // Of a time that is not before the first. Rounding keeps order: what lies in an earlier cell is earlier.
-std::size_t KeyTimes::cellOf(double time, std::size_t cells) const
+std::size_t KeyTimes::cellOf(double time) const
 {
     const auto cell = static_cast<std::ptrdiff_t>((time - front()) * cellsPerTime);
-    return std::min(static_cast<std::size_t>(cell), cells - 1);
+    return std::min(static_cast<std::size_t>(cell), cellBegins.size() - 2);
 }
 
 std::size_t KeyTimes::countUpTo(double time) const
 {
     const double *first = begin(), *last = end();
     if (!cellBegins.empty()) {
-        const std::size_t cell = cellOf(time, cellBegins.size() - 1);
+        const std::size_t cell = cellOf(time);
         first = begin() + cellBegins[cell];
         last = begin() + cellBegins[cell + 1];
     }

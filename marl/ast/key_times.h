@@ -33,7 +33,7 @@ private:
     // wrongly. Cells hold half as many on average.
     static constexpr std::size_t few = 8;
 
-    std::size_t cellOf(double time, std::size_t cells) const;
+    std::size_t cellOf(double time) const;
 
     std::vector<double> times;             // and a few infinities, so that a few can be counted from anywhere
     std::vector<std::uint32_t> cellBegins; // and the end of the last; empty when one cell is enough

@@ -132,6 +132,7 @@ float CalculationVisitor::noise(const Vector& point)
 
     const FourDoubles lowX = __builtin_convertvector(__builtin_shufflevector(lowZ, highZ, 0, 2, 4, 6), FourDoubles);
     const FourDoubles highX = __builtin_convertvector(__builtin_shufflevector(lowZ, highZ, 1, 3, 5, 7), FourDoubles);
+    // Not by lerp(): vectors of 32 bytes are passed to functions in ways that differ between builds.
     const FourDoubles edges = (highX - lowX) * x.fade + lowX;
     const Doubles lowY = __builtin_shufflevector(edges, edges, 0, 2);
     const Doubles highY = __builtin_shufflevector(edges, edges, 1, 3);

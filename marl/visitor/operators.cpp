@@ -56,7 +56,7 @@ struct CalculationVisitor::Operations {
     static MaybeNumber operation(CalculationVisitor& evaluator, BinaryExpressionAST* node, int level)
     {
         if (node->op != op || readingOf(node->left) != leftReading || readingOf(node->right) != rightReading)
-            return anyOperation(evaluator, node, level);
+            return operationAnew(evaluator, node, level);
         const int inside = evaluator.enter(level);
         const MaybeNumber left = operand<leftReading>(evaluator, node->left, inside);
         if (left.isThere) {
@@ -72,17 +72,23 @@ struct CalculationVisitor::Operations {
         return evaluator.combineTopWith(right, op);
     }
 
-    // Of a node that is met for the first time or has changed, and of one whose operator is none of the four.
-    [[gnu::noinline]] static MaybeNumber anyOperation(CalculationVisitor& evaluator, BinaryExpressionAST* node,
-                                                      int level)
+    // Of a node that is met for the first time or has changed.
+    [[gnu::noinline]] static MaybeNumber operationAnew(CalculationVisitor& evaluator, BinaryExpressionAST* node,
+                                                       int level)
     {
         node->inlineCache.store(placeOf(node), std::memory_order_relaxed);
+        return anyOperation(evaluator, node, level);
+    }
+
+    // Of operands that may be read only by visits, and of an operator that is none of the four.
+    static MaybeNumber anyOperation(CalculationVisitor& evaluator, BinaryExpressionAST* node, int level)
+    {
         const int inside = evaluator.enter(level);
         evaluator.evaluate(node->left, inside);
         return evaluator.combineTopWith(evaluator.operand(node->right, inside), node->op);
     }
 
-    // Where the node's operation stands in the table: behind that for any node, which is what a cache says at first.
+    // Where the node's operation stands in the table; at first a cache says 0.
     static unsigned char placeOf(const BinaryExpressionAST* node)
     {
         const auto op = static_cast<std::size_t>(node->op) - static_cast<std::size_t>(TOKEN_PLUS);
@@ -97,7 +103,7 @@ struct CalculationVisitor::Operations {
     template <std::size_t... i>
     static constexpr Table all(std::index_sequence<i...>)
     {
-        return {anyOperation,
+        return {operationAnew,
                 operation<Reading(i / operators / readings), Reading(i / operators % readings),
                           TOKENTYPE(TOKEN_PLUS + i % operators)>...};
     }
