@@ -80,7 +80,7 @@ struct CalculationVisitor::Operations {
         return anyOperation(evaluator, node, level);
     }
 
-    // Of operands that may be read only by visits, and of an operator that is none of the four.
+    // Of any operands and any operator, told apart as they come.
     static MaybeNumber anyOperation(CalculationVisitor& evaluator, BinaryExpressionAST* node, int level)
     {
         const int inside = evaluator.enter(level);
