@@ -7,6 +7,9 @@
 #include <marl/ast/program.h>
 #include <marl/ast/source.h>
 #include <marl/ast/visitor.h>
+#include <marl/compiled/batch_evaluator.h>
+#include <marl/compiled/column.h>
+#include <marl/compiled/compiled_expressions.h>
 #include <marl/value/exceptions.h>
 #include <marl/value/interpolate_transform.h>
 #include <marl/value/value.h>
