@@ -1,114 +1,336 @@
+// Batches, their blocks, and what typed stretches need of each other.
 #include <marl/compiled/batch_evaluator.h>
 
-#include <marl/value/exceptions.h>
+#include <marl/compiled/detail/arithmetic_environment.h>
+#include <marl/compiled/detail/machine.h>
 #include <marl/visitor/calculation_visitor.h>
 
-#include <vector>
+#include <algorithm>
+#include <type_traits>
+#include <utility>
+#include <variant>
 
 namespace Marl {
 
-struct CompiledProgram {
-    std::vector<ExpressionAST*> roots;
-};
-
-CompiledExpressions::CompiledExpressions(std::span<ExpressionAST* const> expressions)
-    : program(new CompiledProgram{{expressions.begin(), expressions.end()}})
+BatchEvaluator::BatchEvaluator(const CompiledExpressions& compiled)
+    : machine(std::make_unique<Machine>(*compiled.program))
 {}
-CompiledExpressions::~CompiledExpressions() = default;
-CompiledExpressions::CompiledExpressions(CompiledExpressions&&) noexcept = default;
-CompiledExpressions& CompiledExpressions::operator=(CompiledExpressions&&) noexcept = default;
-std::size_t CompiledExpressions::size() const { return program->roots.size(); }
-bool CompiledExpressions::variesWithTime(std::size_t) const { return true; }
 
-struct Column::Data {
-    struct Entry { Value value; std::optional<InvalidOpException> failure; };
-    std::vector<Entry> entries;
-    std::optional<ValueType> kind;
-    std::vector<double> numbers;
-    std::vector<TracePoint> vectors;
-    std::vector<Color> colors;
-    std::vector<AColor> acolors;
-    std::vector<Matrix> matrices;
-    std::vector<TraceTransform> transforms;
-};
-Column::Column() : data(new Data) {}
-Column::Column(Column&&) noexcept = default;
-Column& Column::operator=(Column&&) noexcept = default;
-Column::~Column() = default;
-std::size_t Column::size() const { return data->entries.size(); }
-std::optional<ValueType> Column::kind() const { return data->kind; }
-std::span<const double> Column::numbers() const { return data->numbers; }
-std::span<const TracePoint> Column::vectors() const { return data->vectors; }
-std::span<const Color> Column::colors() const { return data->colors; }
-std::span<const AColor> Column::acolors() const { return data->acolors; }
-std::span<const Matrix> Column::matrices() const { return data->matrices; }
-std::span<const TraceTransform> Column::transforms() const { return data->transforms; }
-Value Column::valueAt(std::size_t i) const
-{
-    if (data->entries[i].failure)
-        throw InvalidOpException(*data->entries[i].failure);
-    return data->entries[i].value;
-}
-bool Column::failed(std::size_t i) const { return data->entries[i].failure.has_value(); }
-
-class BatchEvaluator::Machine {
-public:
-    const CompiledProgram* program;
-    std::vector<Column> columns;
-    unsigned hold = 0;
-    int depthLimit = 10'000;
-};
-BatchEvaluator::BatchEvaluator(const CompiledExpressions& compiled) : machine(new Machine{compiled.program.get(), std::vector<Column>(compiled.size())}) {}
 BatchEvaluator::~BatchEvaluator() = default;
 BatchEvaluator::BatchEvaluator(BatchEvaluator&&) noexcept = default;
 BatchEvaluator& BatchEvaluator::operator=(BatchEvaluator&&) noexcept = default;
-void BatchEvaluator::setDontInterpolate(unsigned int hold) { machine->hold = hold; }
-void BatchEvaluator::setDepthLimit(int levels) { machine->depthLimit = levels; }
-Value BatchEvaluator::valueAt(double time, std::size_t expression)
+
+void BatchEvaluator::setDontInterpolate(unsigned int hold)
 {
-    CalculationVisitor walk;
-    walk.setTimeParam(time);
-    walk.setDontInterpolate(machine->hold);
-    walk.setDepthLimit(machine->depthLimit);
-    ExpressionAST* root = machine->program->roots[expression];
-    if (!root)
-        throw InvalidOpException("Expression is incomplete.");
-    root->accept(&walk);
-    return walk.getResult();
+    machine->dontInterpolate = hold;
 }
-const Column& BatchEvaluator::column(std::size_t expression) const { return machine->columns[expression]; }
+
+void BatchEvaluator::setDepthLimit(int levels)
+{
+    machine->depthLimit = levels;
+}
+
 void BatchEvaluator::evaluate(std::span<const double> times)
 {
-    for (std::size_t e = 0; e < machine->columns.size(); ++e) {
-        Column fresh;
-        auto& d = *fresh.data;
-        bool same = !times.empty();
-        for (double t : times) {
-            auto& entry = d.entries.emplace_back();
-            try {
-                entry.value = valueAt(t, e);
-            } catch (const InvalidOpException& failure) {
-                entry.failure = failure;
-            }
-            same = same && !entry.failure && entry.value.getValueType() == d.entries[0].value.getValueType();
-        }
-        if (same) {
-            d.kind = ValueType(d.entries[0].value.getValueType());
-            for (auto& entry : d.entries) {
-                const Value& v = entry.value;
-                switch (*d.kind) {
-                case ValueType::Double: d.numbers.push_back(v.getDouble()); break;
-                case ValueType::Vector: d.vectors.push_back(v.getTracePoint()); break;
-                case ValueType::Color: d.colors.push_back(v.getColor()); break;
-                case ValueType::AColor: d.acolors.push_back(v.getAColor()); break;
-                case ValueType::Matrix: d.matrices.push_back(v.getMatrix()); break;
-                case ValueType::Transform: d.transforms.push_back(v.getTransform()); break;
-                default: break;
-                }
-            }
-        }
-        machine->columns[e] = std::move(fresh);
+    const ArithmeticEnvironment standard;
+    machine->evaluate(times);
+}
+
+const Column& BatchEvaluator::column(std::size_t expression) const
+{
+    return machine->columns[expression];
+}
+
+Value BatchEvaluator::valueAt(double time, std::size_t expression)
+{
+    const ArithmeticEnvironment standard;
+    return machine->valueAt(time, expression);
+}
+
+BatchEvaluator::Machine::Machine(const CompiledProgram& compiled)
+    : columns(compiled.roots.size()), program(&compiled),
+      registers(std::make_unique_for_overwrite<std::byte[]>(compiled.registersSize)), states(compiled.stretches.size()),
+      columnPlaces(compiled.roots.size()), oneTimePlaces(compiled.roots.size(), &oneNumber),
+      kept(compiled.genericStretches.size())
+{
+    typed.registers = registers.get();
+    typed.stretches = program->stretches.data();
+    typed.states = states.data();
+}
+
+// What an earlier evaluation that did not end has left is forgotten.
+void BatchEvaluator::Machine::beginBatch()
+{
+    ++batch;
+    typed.holds = dontInterpolate != 0;
+    typedFrames.clear();
+    stack.clear();
+    for (const GenericFrame& frame : genericFrames)
+        kept[frame.stretch].isActive = false;
+    genericFrames.clear();
+}
+
+void BatchEvaluator::Machine::beginBlock(const double* times, std::size_t count)
+{
+    ++typed.block;
+    typed.times = times;
+    typed.count = count;
+}
+
+Value BatchEvaluator::Machine::valueAt(double time, std::size_t index)
+{
+    const CompiledRoot& root = program->roots[index];
+    oneTime = time;
+    beginBatch();
+    beginBlock(&oneTime, 1);
+    typed.columns = oneTimePlaces.data();
+    Result result;
+    if (isWalked(root)) {
+        result = walked(root.expression);
+    } else if (root.source.where == Source::Where::Constant) {
+        return constantValue(root.source.index);
+    } else if (root.source.where == Source::Where::Typed) {
+        computeTyped(root.source.index, true, 0);
+        return root.fillsColumn ? Value(oneNumber) : typedValue(root.source.index, 0);
+    } else {
+        result = evaluateGeneric(root.source.index, 0);
     }
+    if (result.isFailure())
+        result.rethrow();
+    return result.getValue();
+}
+
+void BatchEvaluator::Machine::evaluate(std::span<const double> times)
+{
+    beginBatch();
+    prepareColumns(times.size());
+    for (std::size_t start = 0; start < times.size(); start += blockLength) {
+        const std::size_t count = std::min(blockLength, times.size() - start);
+        const std::size_t step = program->kernels->timesAtOnce;
+        typed.end = (count + step - 1) / step * step;
+        const double* blockTimes = times.data() + start;
+        if (typed.end > count) {
+            std::copy_n(blockTimes, count, paddedTimes);
+            std::fill(paddedTimes + count, paddedTimes + typed.end, blockTimes[count - 1]);
+            blockTimes = paddedTimes;
+        }
+        beginBlock(blockTimes, count);
+        evaluateBlock(start);
+    }
+    finishColumns();
+}
+
+void BatchEvaluator::Machine::prepareColumns(std::size_t count)
+{
+    const std::size_t step = program->kernels->timesAtOnce;
+    const std::size_t room = (count + step - 1) / step * step;
+    typed.columns = columnPlaces.data();
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        const CompiledRoot& root = program->roots[i];
+        Column::Data& column = *columns[i].data;
+        column.begin(count);
+        if (count == 0)
+            continue;
+        if (isWalked(root) || root.source.where == Source::Where::Generic) {
+            column.results.reserve(root.varies || isWalked(root) ? count : 1);
+        } else if (root.source.where == Source::Where::Constant) {
+            fillConstant(column, program->constants[root.source.index]);
+        } else {
+            constexpr ValueType kinds[typedKinds] = {ValueType::Double, ValueType::Vector, ValueType::Matrix,
+                                                     ValueType::Color,  ValueType::AColor, ValueType::Transform};
+            constexpr std::size_t sizes[typedKinds] = {sizeof(double), sizeof(TracePoint), sizeof(Matrix),
+                                                       sizeof(Color),  sizeof(AColor),     sizeof(TraceTransform)};
+            column.room(room * sizes[static_cast<int>(root.kind)]);
+            column.kind = kinds[static_cast<int>(root.kind)];
+        }
+    }
+}
+
+void BatchEvaluator::Machine::fillConstant(Column::Data& column, const Plain& value)
+{
+    std::visit(
+        [&]<typename Record>(const Record& record) {
+            column.room(column.count * sizeof(Record));
+            std::uninitialized_fill_n(column.records<Record>(), column.count, record);
+            column.kind = ValueType(Value(record).getValueType());
+        },
+        value);
+}
+
+void BatchEvaluator::Machine::evaluateBlock(std::size_t start)
+{
+    const bool atOneTime = typed.count == 1;
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        const CompiledRoot& root = program->roots[i];
+        Column::Data& column = *columns[i].data;
+        if (isWalked(root)) {
+            for (std::size_t time = 0; time < typed.count; ++time) {
+                genericTime = time;
+                column.results.push_back(walked(root.expression));
+            }
+        } else if (root.source.where == Source::Where::Generic) {
+            for (std::size_t time = 0; time < (root.varies ? typed.count : start == 0 ? 1 : 0); ++time)
+                column.results.push_back(evaluateGeneric(root.source.index, time));
+        } else if (root.source.where == Source::Where::Typed) {
+            if (root.fillsColumn)
+                columnPlaces[i] = column.records<double>() + start;
+            computeTyped(root.source.index, atOneTime, 0);
+            if (!root.fillsColumn)
+                copyToColumn(program->stretches[root.source.index], column, start);
+        }
+    }
+}
+
+namespace {
+
+template <Form form>
+void copied(std::byte* place, std::size_t count, RecordOf<form>* records)
+{
+    const Arrays<form> arrays(place);
+    for (std::size_t i = 0; i < count; ++i)
+        records[i] = arrays.at(i);
+}
+
+} // namespace
+
+void BatchEvaluator::Machine::copyToColumn(const Stretch& stretch, Column::Data& column, std::size_t start)
+{
+    std::byte* place = registers.get() + stretch.result;
+    const auto copy = [&]<Form form>(std::integral_constant<Form, form>) {
+        copied<form>(place, typed.count, column.records<RecordOf<form>>() + start);
+    };
+    // clang-format off
+    switch (stretch.form) {
+    case Form::Number:     return copy(std::integral_constant<Form, Form::Number>());
+    case Form::Vector:     return copy(std::integral_constant<Form, Form::Vector>());
+    case Form::WideVector: return copy(std::integral_constant<Form, Form::WideVector>());
+    case Form::Matrix:     return copy(std::integral_constant<Form, Form::Matrix>());
+    case Form::Color:      return copy(std::integral_constant<Form, Form::Color>());
+    case Form::AColor:     return copy(std::integral_constant<Form, Form::AColor>());
+    case Form::Transform:  return copy(std::integral_constant<Form, Form::Transform>());
+    }
+    // clang-format on
+}
+
+template <typename Record>
+void BatchEvaluator::Machine::finishAs(Column::Data& column, Record (Value::*get)() const)
+{
+    column.room(column.count * sizeof(Record));
+    const std::size_t last = column.results.size() - 1;
+    for (std::size_t i = 0; i < column.count; ++i)
+        std::construct_at(column.records<Record>() + i, (column.results[std::min(i, last)].getValue().*get)());
+    column.results.clear();
+}
+
+// Columns whose values turn out to be of one kind say so, and lie in plain arrays where the kind is plain.
+void BatchEvaluator::Machine::finishColumns()
+{
+    for (Column& each : columns) {
+        Column::Data& column = *each.data;
+        if (column.results.empty())
+            continue;
+        const auto kindOf = [](const Result& result) { return ValueType(result.getValue().getValueType()); };
+        const ValueType kind = kindOf(column.results[0]);
+        const bool isUniform = std::ranges::all_of(column.results, [&](const Result& result) {
+            return !result.isFailure() && result.getKind() != Result::Kind::Nothing && kindOf(result) == kind;
+        });
+        if (!isUniform)
+            continue;
+        switch (kind) {
+        case ValueType::Double: finishAs(column, &Value::getDouble); break;
+        case ValueType::Vector: finishAs(column, &Value::getTracePoint); break;
+        case ValueType::Matrix: finishAs(column, &Value::getMatrix); break;
+        case ValueType::Color: finishAs(column, &Value::getColor); break;
+        case ValueType::AColor: finishAs(column, &Value::getAColor); break;
+        case ValueType::Transform: finishAs(column, &Value::getTransform); break;
+        default: break;
+        }
+        column.kind = kind;
+    }
+}
+
+// What is nested too deeply for the limit, or may be, is left to a walk, which knows at what it fails.
+Result BatchEvaluator::Machine::walked(ExpressionAST* expression)
+{
+    try {
+        if (!expression)
+            throw InvalidOpException("Expression is incomplete.");
+        CalculationVisitor walk;
+        walk.setTimeParam(typed.times[genericTime]);
+        walk.setDontInterpolate(dontInterpolate);
+        walk.setDepthLimit(depthLimit);
+        expression->accept(&walk);
+        return walk.hasResult() ? Result(walk.getResult()) : Result();
+    } catch (const Exception& failure) {
+        return failureOf(failure);
+    }
+}
+
+void BatchEvaluator::Machine::computeTyped(std::uint32_t index, bool atOneTime, std::size_t position)
+{
+    const auto stretch = static_cast<std::int32_t>(index);
+    const Stretch& wanted = program->stretches[index];
+    const Kernels& kernels = *program->kernels;
+    if (!wanted.needsOthers && typedFrames.empty()) {
+        if (!typed.isDone(stretch, position, atOneTime)) {
+            kernels.run(typed, &program->instructions[wanted.firstInstruction], position, atOneTime);
+            markDone({stretch, nullptr, atOneTime, position, 0});
+        }
+        return;
+    }
+    if (typed.isDone(stretch, position, atOneTime))
+        return;
+    typedFrames.push_back({stretch, &program->instructions[wanted.firstInstruction], atOneTime, position, 0});
+    while (!typedFrames.empty()) {
+        const TypedFrame frame = typedFrames.back();
+        typed.progress = frame.progress;
+        kernels.run(typed, frame.instruction, frame.position, frame.atOneTime);
+        if (typed.needed == KeySource::none) {
+            markDone(frame);
+            typedFrames.pop_back();
+            continue;
+        }
+        typedFrames.back().instruction = typed.resume;
+        typedFrames.back().progress = typed.progress;
+        const Stretch& needed = program->stretches[static_cast<std::size_t>(typed.needed)];
+        typedFrames.push_back({typed.needed, &program->instructions[needed.firstInstruction], typed.neededAtOneTime,
+                               typed.neededAtOneTime ? typed.neededAt : 0, 0});
+    }
+}
+
+void BatchEvaluator::Machine::markDone(const TypedFrame& frame)
+{
+    StretchState& state = states[static_cast<std::size_t>(frame.stretch)];
+    if (!frame.atOneTime || typed.count == 1) {
+        state.wholeBlock = typed.block;
+        return;
+    }
+    if (std::exchange(state.someTimes, typed.block) != typed.block)
+        std::ranges::fill(state.done, 0);
+    state.done[frame.position / 64] |= std::uint64_t(1) << (frame.position % 64);
+}
+
+Value BatchEvaluator::Machine::constantValue(std::uint32_t constant) const
+{
+    return std::visit([](const auto& record) { return Value(record); }, program->constants[constant]);
+}
+
+Value BatchEvaluator::Machine::typedValue(std::uint32_t index, std::size_t time) const
+{
+    const Stretch& stretch = program->stretches[index];
+    std::byte* place = registers.get() + stretch.result;
+    // clang-format off
+    switch (stretch.form) {
+    case Form::Number:     return Arrays<Form::Number>(place).at(time);
+    case Form::Vector:     return Arrays<Form::Vector>(place).at(time);
+    case Form::WideVector: return Arrays<Form::WideVector>(place).at(time);
+    case Form::Matrix:     return Arrays<Form::Matrix>(place).at(time);
+    case Form::Color:      return Arrays<Form::Color>(place).at(time);
+    case Form::AColor:     return Arrays<Form::AColor>(place).at(time);
+    case Form::Transform:  return Arrays<Form::Transform>(place).at(time);
+    }
+    // clang-format on
+    return Value();
 }
 
 } // namespace Marl

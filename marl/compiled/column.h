@@ -44,6 +44,9 @@ public:
 private:
     friend class BatchEvaluator;
     struct Data;
+    template <typename Record>
+    std::span<const Record> all(ValueType kind) const;
+
     std::unique_ptr<Data> data;
 };
 

@@ -1,0 +1,81 @@
+// The order of compilation, and the stretches that typed values come from.
+#include <marl/compiled/detail/compiler.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace Marl {
+
+namespace {
+
+constexpr std::int32_t none = -1;
+constexpr std::uint32_t noOne = ~std::uint32_t(0);
+
+} // namespace
+
+Compiler::Compiler(std::span<ExpressionAST* const> expressions, CompiledProgram& compiled)
+    : graph(expressions), program(compiled), kernels(Marl::kernels()), stretchOf(graph.nodes.size(), none)
+{
+    program.kernels = &kernels;
+    for (std::size_t i = 0; i < expressions.size(); ++i) {
+        const NodeIndex node = graph.resolved(graph.roots[i]);
+        const GraphNode& described = graph.nodes[node];
+        CompiledRoot& root = program.roots.emplace_back();
+        root.expression = expressions[i];
+        root.source = sourceOf(node);
+        root.kind = described.kind;
+        root.varies = described.varies;
+        root.height = graph.nodes[graph.roots[i]].height;
+        root.fillsColumn = root.source.where == Source::Where::Typed && described.kind == Typed::Number && described.users == 1;
+        if (root.fillsColumn)
+            columnOf[root.source.index] = static_cast<std::int32_t>(i);
+    }
+    // Compiling a stretch may ask for others.
+    std::uint32_t typed = 0, generic = 0;
+    while (typed < typedNodes.size() || generic < genericNodes.size())
+        if (typed < typedNodes.size())
+            compileTyped(typed++);
+        else {
+            compileGeneric(generic, genericNodes[generic]);
+            ++generic;
+        }
+}
+
+Source Compiler::sourceOf(NodeIndex node)
+{
+    node = graph.resolved(node);
+    const GraphNode& described = graph.nodes[node];
+    if (described.constant) {
+        program.constants.push_back(*described.constant);
+        return {Source::Where::Constant, static_cast<std::uint32_t>(program.constants.size() - 1)};
+    }
+    if (described.isTyped)
+        return {Source::Where::Typed, typedStretch(node)};
+    return {Source::Where::Generic, genericStretch(node)};
+}
+
+std::uint32_t Compiler::typedStretch(NodeIndex node)
+{
+    if (stretchOf[node] == none) {
+        stretchOf[node] = static_cast<std::int32_t>(typedNodes.size());
+        typedNodes.push_back(node);
+        columnOf.push_back(none);
+        neededBy.push_back(noOne);
+        program.stretches.emplace_back().form = naturalForm(node);
+    }
+    return static_cast<std::uint32_t>(stretchOf[node]);
+}
+
+std::uint32_t Compiler::genericStretch(NodeIndex node)
+{
+    if (stretchOf[node] == none) {
+        stretchOf[node] = static_cast<std::int32_t>(genericNodes.size());
+        genericNodes.push_back(node);
+        GenericStretch& made = program.genericStretches.emplace_back();
+        made.varies = graph.nodes[node].varies;
+        made.isKept = graph.nodes[node].users > 1;
+    }
+    return static_cast<std::uint32_t>(stretchOf[node]);
+}
+
+} // namespace Marl

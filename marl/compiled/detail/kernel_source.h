@@ -1,0 +1,532 @@
+// The kernels, compiled once for each instruction set: what includes this defines Lane, the numbers that
+// one processor register holds side by side, and everything here is its own.
+//
+// A kernel ends in a call of the next one, which compilers make a jump; so a program runs through without
+// returning, and the accumulator stays in registers: eight of Lane, or one double for one time. Where
+// compilers do not make jumps of such calls the stack would grow with the program; there the kernels
+// return and a loop goes on.
+
+#if !defined(__OPTIMIZE__) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define MARL_KERNELS_RETURN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
+#define MARL_KERNELS_RETURN 1
+#endif
+#endif
+
+#if defined(__clang__) && !defined(MARL_KERNELS_RETURN)
+#define MARL_JUMP [[clang::musttail]] return
+#else
+#define MARL_JUMP return
+#endif
+
+#if defined(__clang__)
+#define MARL_SIDE_BY_SIDE _Pragma("clang loop vectorize(assume_safety)")
+#else
+#define MARL_SIDE_BY_SIDE _Pragma("GCC ivdep")
+#endif
+
+// clang-format off
+#define MARL_KERNEL static void
+#define MARL_STATE [[maybe_unused]] const Instruction* step, [[maybe_unused]] Evaluation* e, [[maybe_unused]] std::byte* registers, [[maybe_unused]] std::size_t position, [[maybe_unused]] Same<Number, k>... accumulator
+#define MARL_GO_ON(...) MARL_JUMP goOn(step + 1, e, registers, position, __VA_ARGS__)
+// clang-format on
+
+namespace Marl {
+namespace {
+
+constexpr auto itself = [](const auto& record) { return record; };
+constexpr auto lengthOf = [](const TracePoint& v) { return length(v); };
+constexpr auto crossOf = [](const TracePoint& a, const TracePoint& b) { return crossProduct(a, b); };
+
+template <typename Number, int>
+using Same = Number;
+
+template <typename Number, typename Sequence>
+struct Compute;
+
+// Kernels for as many times as the numbers k... hold together.
+template <typename Number, int... k>
+struct Compute<Number, std::integer_sequence<int, k...>> {
+    using Function = void (*)(const Instruction*, Evaluation*, std::byte*, std::size_t, Same<Number, k>...);
+
+    static constexpr bool atOneTime = std::is_same_v<Number, double>;
+    static constexpr std::size_t lanes = sizeof(Number) / sizeof(double);
+    static constexpr std::size_t count = sizeof...(k) * lanes;
+
+    struct Kept {
+        Number numbers[sizeof...(k)];
+    };
+
+    static AnyKernel kernelOf(const Instruction* step)
+    {
+        return atOneTime ? step->kernel.atOneTime : step->kernel.atTimes;
+    }
+
+    [[gnu::always_inline]] static inline void goOn(const Instruction* step, Evaluation* e, std::byte* registers,
+                                                   std::size_t position, Same<Number, k>... accumulator)
+    {
+#ifdef MARL_KERNELS_RETURN
+        e->next = step;
+        e->nextPosition = position;
+        const Kept kept{{accumulator...}};
+        static_assert(sizeof kept <= sizeof e->kept);
+        std::memcpy(e->kept, &kept, sizeof kept);
+        (void)registers;
+#else
+        MARL_JUMP reinterpret_cast<Function>(kernelOf(step))(step, e, registers, position, accumulator...);
+#endif
+    }
+
+    // Runs until the kernels leave off.
+    static void run(Evaluation& e, const Instruction* step, std::size_t position)
+    {
+        reinterpret_cast<Function>(kernelOf(step))(step, &e, e.registers, position, Same<Number, k>{}...);
+#ifdef MARL_KERNELS_RETURN
+        while (e.next) {
+            const Instruction* next = std::exchange(e.next, nullptr);
+            Kept kept;
+            std::memcpy(&kept, e.kept, sizeof kept);
+            reinterpret_cast<Function>(kernelOf(next))(next, &e, e.registers, e.nextPosition, kept.numbers[k]...);
+        }
+#endif
+    }
+
+    // How many of the times at a position are asked for; the others repeat the last one.
+    static std::size_t wanted(const Evaluation* e, std::size_t position)
+    {
+        return atOneTime ? 1 : std::min(count, e->count - position);
+    }
+
+    static double* numbersAt(std::byte* registers, std::uint32_t place, std::size_t position)
+    {
+        return reinterpret_cast<double*>(registers + place) + position;
+    }
+
+    static Number loaded(const double* from)
+    {
+        Number numbers;
+        std::memcpy(&numbers, from, sizeof numbers);
+        return numbers;
+    }
+
+    static void stored(double* to, Number numbers) { std::memcpy(to, &numbers, sizeof numbers); }
+
+    static Number all(double number) { return Number{} + number; }
+
+    template <Operand operand>
+    static Number operandAt(const Instruction* step, Evaluation* e, std::byte* registers, std::uint32_t place,
+                            std::size_t position, Number accumulator)
+    {
+        if constexpr (operand == Operand::Register)
+            return loaded(numbersAt(registers, place, position));
+        else if constexpr (operand == Operand::Constant)
+            return all(step->constant);
+        else if constexpr (operand == Operand::Time)
+            return loaded(e->times + position);
+        else
+            return accumulator;
+    }
+
+    // What operators.h says of two numbers, side by side.
+    template <NumberRule rule>
+    static Number applied(Number left, Number right)
+    {
+        if constexpr (rule == NumberRule::Sum)
+            return left + right;
+        else if constexpr (rule == NumberRule::Difference)
+            return left - right;
+        else if constexpr (rule == NumberRule::Product)
+            return left * right;
+        else
+            return left / right;
+    }
+
+    template <NumberRule rule, Operand left, Operand right>
+    MARL_KERNEL calculate(MARL_STATE)
+    {
+        MARL_GO_ON(applied<rule>(
+            operandAt<left>(step, e, registers, step->left, position + k * lanes, accumulator),
+            operandAt<right>(step, e, registers, step->right, position + k * lanes, accumulator))...);
+    }
+
+    // The C library computes one number after the other, and only those that are asked for.
+    template <Operand left, Operand right>
+    MARL_KERNEL raise(MARL_STATE)
+    {
+        double bases[count], exponents[count];
+        (stored(bases + k * lanes,
+                operandAt<left>(step, e, registers, step->left, position + k * lanes, accumulator)), ...);
+        (stored(exponents + k * lanes,
+                operandAt<right>(step, e, registers, step->right, position + k * lanes, accumulator)), ...);
+        const std::size_t asked = wanted(e, position);
+        for (std::size_t i = 0; i < asked; ++i)
+            bases[i] = power(bases[i], exponents[i]);
+        MARL_GO_ON(loaded(bases + k * lanes)...);
+    }
+
+    template <NumberFunction function>
+    MARL_KERNEL apply(MARL_STATE)
+    {
+        if constexpr (function == NumberFunction::Square) {
+            MARL_GO_ON(accumulator * accumulator...);
+        } else if constexpr (function == NumberFunction::Negative) {
+            MARL_GO_ON(-accumulator...);
+        } else {
+            double numbers[count];
+            (stored(numbers + k * lanes, accumulator), ...);
+            if constexpr (function == NumberFunction::SquareRoot) {
+                for (double& number : numbers)
+                    number = squareRoot(number);
+            } else {
+                const std::size_t asked = wanted(e, position);
+                for (std::size_t i = 0; i < asked; ++i)
+                    numbers[i] = function == NumberFunction::Sine ? sine(numbers[i]) : cosine(numbers[i]);
+            }
+            MARL_GO_ON(loaded(numbers + k * lanes)...);
+        }
+    }
+
+    // The first number lies in a register, the second in the accumulator.
+    MARL_KERNEL blendByShare(MARL_STATE)
+    {
+        double numbers[count];
+        (stored(numbers + k * lanes, accumulator), ...);
+        const double* first = numbersAt(registers, step->left, position);
+        for (std::size_t i = 0; i < count; ++i)
+            numbers[i] = uniform(first[i], numbers[i], step->constant);
+        MARL_GO_ON(loaded(numbers + k * lanes)...);
+    }
+
+    template <Operand operand>
+    MARL_KERNEL load(MARL_STATE)
+    {
+        MARL_GO_ON(operandAt<operand>(step, e, registers, step->left, position + k * lanes, accumulator)...);
+    }
+
+    MARL_KERNEL store(MARL_STATE)
+    {
+        (stored(numbersAt(registers, step->result, position + k * lanes), accumulator), ...);
+        MARL_GO_ON(accumulator...);
+    }
+
+    MARL_KERNEL storeSingle(MARL_STATE)
+    {
+        double numbers[count];
+        (stored(numbers + k * lanes, accumulator), ...);
+        float* result = reinterpret_cast<float*>(registers + step->result) + position;
+        for (std::size_t i = 0; i < count; ++i)
+            result[i] = single(numbers[i]);
+        MARL_GO_ON(accumulator...);
+    }
+
+    // A rule on records. Nothing here can fail, and no row knows the others.
+    template <auto rule, Form left, Form right, Form result>
+    [[gnu::flatten]] MARL_KERNEL combine(MARL_STATE)
+    {
+        const Arrays<left> lefts(registers + step->left);
+        const Arrays<right> rights(registers + step->right);
+        if constexpr (result == Form::Number) {
+            double numbers[count];
+            MARL_SIDE_BY_SIDE
+            for (std::size_t i = 0; i < count; ++i)
+                numbers[i] = rule(lefts.at(position + i), rights.at(position + i));
+            MARL_GO_ON(loaded(numbers + k * lanes)...);
+        } else {
+            Arrays<result> results(registers + step->result);
+            MARL_SIDE_BY_SIDE
+            for (std::size_t i = 0; i < count; ++i)
+                results.put(position + i, rule(lefts.at(position + i), rights.at(position + i)));
+            MARL_GO_ON(accumulator...);
+        }
+    }
+
+    // A rule on one record.
+    template <auto rule, Form operand, Form result>
+    [[gnu::flatten]] MARL_KERNEL change(MARL_STATE)
+    {
+        const Arrays<operand> operands(registers + step->left);
+        if constexpr (result == Form::Number) {
+            double numbers[count];
+            MARL_SIDE_BY_SIDE
+            for (std::size_t i = 0; i < count; ++i)
+                numbers[i] = rule(operands.at(position + i));
+            MARL_GO_ON(loaded(numbers + k * lanes)...);
+        } else {
+            Arrays<result> results(registers + step->result);
+            MARL_SIDE_BY_SIDE
+            for (std::size_t i = 0; i < count; ++i)
+                results.put(position + i, rule(operands.at(position + i)));
+            MARL_GO_ON(accumulator...);
+        }
+    }
+
+    template <Form form>
+    MARL_KERNEL fill(MARL_STATE)
+    {
+        const RecordOf<form> record = *std::get_if<RecordOf<form>>(static_cast<const Plain*>(step->table));
+        Arrays<form> results(registers + step->result);
+        MARL_SIDE_BY_SIDE
+        for (std::size_t i = 0; i < count; ++i)
+            results.put(position + i, record);
+        MARL_GO_ON(accumulator...);
+    }
+
+    MARL_KERNEL noiseOfVectors(MARL_STATE)
+    {
+        double numbers[count];
+        if constexpr (atOneTime) {
+            numbers[0] = widened(noise(narrowed(Arrays<Form::Vector>(registers + step->left).at(position))));
+        } else {
+            float* results = reinterpret_cast<float*>(e->kept);
+            const float* x = reinterpret_cast<const float*>(registers + step->left) + position;
+            noise(x, x + blockLength, x + 2 * blockLength, results, static_cast<int>(count));
+            for (std::size_t i = 0; i < count; ++i)
+                numbers[i] = widened(results[i]);
+        }
+        MARL_GO_ON(loaded(numbers + k * lanes)...);
+    }
+
+    // Leaves off until the stretch is computed, and is entered again then.
+    MARL_KERNEL need(MARL_STATE)
+    {
+        const auto stretch = static_cast<std::int32_t>(step->left);
+        if (e->isDone(stretch, position, atOneTime)) {
+            MARL_GO_ON(accumulator...);
+        }
+        e->resume = step + 1;
+        e->needed = stretch;
+        e->neededAtOneTime = atOneTime;
+        e->neededAt = position;
+    }
+
+    // A value that a few times alone need is computed at each of them.
+    static constexpr std::size_t worthABlock = 4;
+
+    // The key values around the times of the block, one after the other.
+    MARL_KERNEL needKeys(MARL_STATE)
+    {
+        const TypedKeys& keys = *static_cast<const TypedKeys*>(step->table);
+        const std::size_t end = atOneTime ? position + 1 : e->count;
+        for (std::size_t i = atOneTime ? position : e->progress; i < end; ++i) {
+            const Bracket bracket = bracketOf(*keys.times, e->times[i], e->holds, 0);
+            for (std::size_t key = bracket.earlier; key <= bracket.later; ++key) {
+                const std::int32_t stretch = keys.sources[key].stretch;
+                if (stretch == KeySource::none || e->isDone(stretch, i, true))
+                    continue;
+                std::size_t like = i + 1;
+                while (like < end && like - i < worthABlock
+                       && bracketOf(*keys.times, e->times[like], e->holds, 0).earlier == bracket.earlier)
+                    ++like;
+                e->progress = i;
+                e->resume = step;
+                e->needed = stretch;
+                e->neededAtOneTime = atOneTime || like - i < worthABlock;
+                e->neededAt = i;
+                return;
+            }
+        }
+        e->progress = 0;
+        MARL_GO_ON(accumulator...);
+    }
+
+    template <Form form>
+    static RecordOf<form> keyValue(const TypedKeys& keys, std::size_t key, const Evaluation* e, std::size_t time)
+    {
+        const KeySource& source = keys.sources[key];
+        if (source.stretch == KeySource::none)
+            return *std::get_if<RecordOf<form>>(&source.constant);
+        const Stretch& stretch = e->stretches[source.stretch];
+        if constexpr (form == Form::WideVector)
+            if (stretch.form == Form::Vector)
+                return Arrays<Form::Vector>(e->registers + stretch.result).at(time);
+        return Arrays<form>(e->registers + stretch.result).at(time);
+    }
+
+    template <Form form>
+    MARL_KERNEL blendKeys(MARL_STATE)
+    {
+        const TypedKeys& keys = *static_cast<const TypedKeys*>(step->table);
+        Arrays<form> results(registers + step->result);
+        const std::size_t asked = wanted(e, position);
+        std::size_t before = 0;
+        for (std::size_t i = position; i < position + asked; ++i) {
+            const Bracket bracket = bracketOf(*keys.times, e->times[i], e->holds, before);
+            before = bracket.earlier;
+            const RecordOf<form> earlier = keyValue<form>(keys, bracket.earlier, e, i);
+            if (bracket.later == bracket.earlier)
+                results.put(i, earlier);
+            else
+                results.put(i, blend(earlier, keyValue<form>(keys, bracket.later, e, i), bracket.factor));
+        }
+        MARL_GO_ON(accumulator...);
+    }
+
+    MARL_KERNEL blendNumberKeys(MARL_STATE)
+    {
+        const TypedKeys& keys = *static_cast<const TypedKeys*>(step->table);
+        double numbers[count] = {};
+        const std::size_t asked = wanted(e, position);
+        std::size_t before = 0;
+        for (std::size_t i = 0; i < asked; ++i) {
+            const Bracket bracket = bracketOf(*keys.times, e->times[position + i], e->holds, before);
+            before = bracket.earlier;
+            numbers[i] = bracket.later == bracket.earlier
+                ? keys.numbers[bracket.earlier]
+                : blend(keys.numbers[bracket.earlier], keys.numbers[bracket.later], bracket.factor);
+        }
+        MARL_GO_ON(loaded(numbers + k * lanes)...);
+    }
+
+    // Goes back to where the stretch began until all times of the block are computed.
+    [[gnu::always_inline]] static inline void again(const Instruction* step, Evaluation* e, std::byte* registers,
+                                                    std::size_t position, Same<Number, k>... accumulator)
+    {
+        if (!atOneTime && position + count < e->end) {
+            MARL_JUMP goOn(step - step->left, e, registers, position + count, accumulator...);
+        }
+        e->needed = KeySource::none;
+    }
+
+    MARL_KERNEL finish(MARL_STATE) { MARL_JUMP again(step, e, registers, position, accumulator...); }
+
+    MARL_KERNEL finishNumber(MARL_STATE)
+    {
+        (stored(numbersAt(registers, step->result, position + k * lanes), accumulator), ...);
+        MARL_JUMP again(step, e, registers, position, accumulator...);
+    }
+
+    MARL_KERNEL finishColumn(MARL_STATE)
+    {
+        double* column = e->columns[step->result] + position;
+        (stored(column + k * lanes, accumulator), ...);
+        MARL_JUMP again(step, e, registers, position, accumulator...);
+    }
+};
+
+using AtOneTime = Compute<double, std::integer_sequence<int, 0>>;
+using AtTimes = Compute<Lane, std::integer_sequence<int, 0, 1, 2, 3, 4, 5, 6, 7>>;
+
+// clang-format off
+#define MARL_BOTH(...) Kernel{reinterpret_cast<AnyKernel>(&AtOneTime::__VA_ARGS__), reinterpret_cast<AnyKernel>(&AtTimes::__VA_ARGS__)}
+// clang-format on
+
+template <NumberRule rule, int left, int right>
+Kernel numberKernel()
+{
+    constexpr bool isConstant = Operand(left) == Operand::Constant && Operand(right) == Operand::Constant;
+    if constexpr (isConstant)
+        return {};
+    else if constexpr (rule == NumberRule::Power)
+        return MARL_BOTH(template raise<Operand(left), Operand(right)>);
+    else
+        return MARL_BOTH(template calculate<rule, Operand(left), Operand(right)>);
+}
+
+// A vector lies in single precision for every rule but those by which a transform acts on it.
+template <typename Record, bool isWide>
+constexpr Form formOf()
+{
+    if constexpr (std::is_same_v<Record, double>)
+        return Form::Number;
+    else if constexpr (std::is_same_v<Record, TracePoint>)
+        return isWide ? Form::WideVector : Form::Vector;
+    else if constexpr (std::is_same_v<Record, Matrix>)
+        return Form::Matrix;
+    else if constexpr (std::is_same_v<Record, Color>)
+        return Form::Color;
+    else if constexpr (std::is_same_v<Record, AColor>)
+        return Form::AColor;
+    else
+        return Form::Transform;
+}
+
+template <auto rule, int left, int right>
+RecordKernel recordKernel()
+{
+    using Left = std::variant_alternative_t<left, Plain>;
+    using Right = std::variant_alternative_t<right, Plain>;
+    constexpr bool isNumbers = std::is_same_v<Left, double> && std::is_same_v<Right, double>;
+    if constexpr (!std::is_invocable_v<decltype(rule), const Left&, const Right&> || isNumbers) {
+        return {};
+    } else {
+        constexpr bool moves = std::is_same_v<Left, TraceTransform> || std::is_same_v<Right, TraceTransform>;
+        constexpr Form leftForm = formOf<Left, moves>(), rightForm = formOf<Right, moves>();
+        using Result = std::invoke_result_t<decltype(rule), const Left&, const Right&>;
+        constexpr Form result = formOf<Result, std::is_same_v<Left, TraceTransform>>();
+        return {MARL_BOTH(template combine<rule, leftForm, rightForm, result>), leftForm, rightForm, result};
+    }
+}
+
+template <int... i>
+void addNumberKernels(Kernels& all, std::integer_sequence<int, i...>)
+{
+    ((all.numbers[i / operands / operands][i / operands % operands][i % operands] =
+          numberKernel<NumberRule(i / operands / operands), i / operands % operands, i % operands>()),
+     ...);
+}
+
+template <auto rule, int... i>
+void addRecordKernels(RecordKernel (&rows)[typedKinds][typedKinds], std::integer_sequence<int, i...>)
+{
+    ((rows[i / typedKinds][i % typedKinds] = recordKernel<rule, i / typedKinds, i % typedKinds>()), ...);
+}
+
+template <int... i>
+void addFormKernels(Kernels& all, std::integer_sequence<int, i...>)
+{
+    ((all.fill[i] = MARL_BOTH(template fill<Form(i)>)), ...);
+    ((all.keys[i] = MARL_BOTH(template blendKeys<Form(i)>)), ...);
+    ((all.copy[i] = MARL_BOTH(template change<itself, Form(i), Form(i)>)), ...);
+}
+
+Kernels allKernels()
+{
+    Kernels all;
+    all.timesAtOnce = AtTimes::count;
+    all.run = [](Evaluation& e, const Instruction* step, std::size_t position, bool atOneTime) {
+        atOneTime ? AtOneTime::run(e, step, position) : AtTimes::run(e, step, position);
+    };
+
+    addNumberKernels(all, std::make_integer_sequence<int, numberRules * operands * operands>());
+    all.functions[static_cast<int>(NumberFunction::Square)] = MARL_BOTH(template apply<NumberFunction::Square>);
+    all.functions[static_cast<int>(NumberFunction::SquareRoot)] = MARL_BOTH(template apply<NumberFunction::SquareRoot>);
+    all.functions[static_cast<int>(NumberFunction::Sine)] = MARL_BOTH(template apply<NumberFunction::Sine>);
+    all.functions[static_cast<int>(NumberFunction::Cosine)] = MARL_BOTH(template apply<NumberFunction::Cosine>);
+    all.functions[static_cast<int>(NumberFunction::Negative)] = MARL_BOTH(template apply<NumberFunction::Negative>);
+    all.load[static_cast<int>(Operand::Register)] = MARL_BOTH(template load<Operand::Register>);
+    all.load[static_cast<int>(Operand::Constant)] = MARL_BOTH(template load<Operand::Constant>);
+    all.load[static_cast<int>(Operand::Time)] = MARL_BOTH(template load<Operand::Time>);
+    all.store = MARL_BOTH(store);
+    all.storeSingle = MARL_BOTH(storeSingle);
+    all.uniform = MARL_BOTH(blendByShare);
+
+    constexpr auto pairs = std::make_integer_sequence<int, typedKinds * typedKinds>();
+    addRecordKernels<Rule::sum>(all.records[static_cast<int>(RecordRule::Sum)], pairs);
+    addRecordKernels<Rule::difference>(all.records[static_cast<int>(RecordRule::Difference)], pairs);
+    addRecordKernels<Rule::product>(all.records[static_cast<int>(RecordRule::Product)], pairs);
+    addRecordKernels<Rule::quotient>(all.records[static_cast<int>(RecordRule::Quotient)], pairs);
+    addFormKernels(all, std::make_integer_sequence<int, forms>());
+    all.negative[static_cast<int>(Form::Vector)] = MARL_BOTH(template change<Rule::negative, Form::Vector, Form::Vector>);
+    all.negative[static_cast<int>(Form::Matrix)] = MARL_BOTH(template change<Rule::negative, Form::Matrix, Form::Matrix>);
+    all.negative[static_cast<int>(Form::Color)] = MARL_BOTH(template change<Rule::negative, Form::Color, Form::Color>);
+    all.negative[static_cast<int>(Form::AColor)] = MARL_BOTH(template change<Rule::negative, Form::AColor, Form::AColor>);
+    all.negative[static_cast<int>(Form::Transform)] =
+        MARL_BOTH(template change<Rule::negative, Form::Transform, Form::Transform>);
+    all.length = MARL_BOTH(template change<lengthOf, Form::Vector, Form::Number>);
+    all.noise = MARL_BOTH(noiseOfVectors);
+    all.cross = MARL_BOTH(template combine<crossOf, Form::Vector, Form::Vector, Form::Vector>);
+    all.narrowed = MARL_BOTH(template change<itself, Form::WideVector, Form::Vector>);
+    all.widened = MARL_BOTH(template change<itself, Form::Vector, Form::WideVector>);
+
+    all.need = MARL_BOTH(need);
+    all.needKeys = MARL_BOTH(needKeys);
+    all.numberKeys = MARL_BOTH(blendNumberKeys);
+    all.finish = MARL_BOTH(finish);
+    all.finishNumber = MARL_BOTH(finishNumber);
+    all.finishColumn = MARL_BOTH(finishColumn);
+    return all;
+}
+
+} // namespace
+} // namespace Marl

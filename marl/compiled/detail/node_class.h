@@ -1,0 +1,36 @@
+// What class a node has, asked of the object: a host's node may answer accept() with any visit.
+#pragma once
+
+#include <marl/ast/expression.h>
+
+namespace Marl {
+
+enum class NodeClass : unsigned char {
+    Number,
+    Builtin,
+    Binary,
+    Reference,
+    Negated,
+    Vector,
+    Interpolate,
+    AColor,
+    Matrix,
+    Transform,
+    List,
+    Array,
+    String,
+    ListVector,
+    ListInt,
+    ListColor,
+    ListFloat,
+    ListString,
+    ObjectReference,
+    RuntimeValue,
+    ObjectID,
+    TransformHex,
+    Host,
+};
+
+NodeClass classOf(const ExpressionAST& node);
+
+} // namespace Marl

@@ -1,0 +1,500 @@
+// Instructions for typed nodes.
+//
+// A number travels in the accumulator to the one who needs it next; an operand that must wait is stored.
+// Records lie in places of their own. Operands are computed from an explicit stack of frames.
+#include <marl/compiled/detail/compiler.h>
+
+#include <marl/value/detail/functions.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace Marl {
+
+namespace {
+
+Form formOf(Typed kind)
+{
+    constexpr Form wideForms[] = {Form::Number, Form::WideVector, Form::Matrix, Form::Color, Form::AColor, Form::Transform};
+    return wideForms[static_cast<int>(kind)];
+}
+
+int indexOf(auto code)
+{
+    return static_cast<int>(code);
+}
+
+std::optional<NumberRule> numberRule(TOKENTYPE op)
+{
+    switch (op) {
+    case TOKEN_PLUS: return NumberRule::Sum;
+    case TOKEN_MINUS: return NumberRule::Difference;
+    case TOKEN_MULTIPLY: return NumberRule::Product;
+    case TOKEN_DIVIDE: return NumberRule::Quotient;
+    }
+    return std::nullopt;
+}
+
+RecordRule recordRule(TOKENTYPE op)
+{
+    switch (op) {
+    case TOKEN_PLUS: return RecordRule::Sum;
+    case TOKEN_MINUS: return RecordRule::Difference;
+    case TOKEN_MULTIPLY: return RecordRule::Product;
+    case TOKEN_DIVIDE: return RecordRule::Quotient;
+    }
+    return RecordRule::Sum; // typed nodes have no other operator
+}
+
+Builtin functionOf(const GraphNode& node)
+{
+    return Builtin(static_cast<const BuiltinFunctionAST*>(node.expression)->functionId);
+}
+
+TOKENTYPE operatorOf(const GraphNode& node)
+{
+    return static_cast<const BinaryExpressionAST*>(node.expression)->op;
+}
+
+} // namespace
+
+void Compiler::compileTyped(std::uint32_t index)
+{
+    const NodeIndex root = typedNodes[index];
+    const auto first = static_cast<std::uint32_t>(program.instructions.size());
+    addNeeds(root);
+    const auto begin = static_cast<std::uint32_t>(program.instructions.size());
+
+    const std::int32_t column = columnOf[index];
+    const Form form = program.stretches[index].form;
+    const std::uint32_t result = column >= 0 ? static_cast<std::uint32_t>(column) : placeOf(index);
+    if (graph.nodes[root].kind == Typed::Number) {
+        compute(root, {Destination::Where::Accumulator});
+        emit(column >= 0 ? kernels.finishColumn : kernels.finishNumber).result = result;
+    } else {
+        compute(root, {Destination::Where::Place, form, result});
+        emit(kernels.finish);
+    }
+    Instruction& end = program.instructions.back();
+    end.left = static_cast<std::uint32_t>(program.instructions.size()) - 1 - begin;
+
+    Stretch& made = program.stretches[index];
+    made.firstInstruction = first;
+    made.needsOthers = begin > first;
+}
+
+// Whether a node's value is there without being computed by its user.
+bool Compiler::isKnown(NodeIndex node) const
+{
+    const GraphNode& described = graph.nodes[node];
+    return described.constant || described.task == NodeTask::Time || described.isApart;
+}
+
+// Everything that the stretch needs of others, before a value of its own has to be kept.
+void Compiler::addNeeds(NodeIndex root)
+{
+    std::vector<NodeIndex> pending{root};
+    while (!pending.empty()) {
+        const NodeIndex node = pending.back();
+        pending.pop_back();
+        if (graph.nodes[node].task == NodeTask::Keys) {
+            const TypedKeys& keys = keysOf(node);
+            if (std::ranges::any_of(keys.sources, [](const KeySource& s) { return s.stretch != KeySource::none; }))
+                emit(kernels.needKeys).table = &keys;
+            continue;
+        }
+        for (const NodeIndex below : graph.childrenOf(node)) {
+            const NodeIndex operand = graph.resolved(below);
+            if (!isKnown(operand)) {
+                pending.push_back(operand);
+            } else if (!graph.nodes[operand].constant && graph.nodes[operand].task != NodeTask::Time) {
+                const std::uint32_t stretch = typedStretch(operand);
+                if (std::exchange(neededBy[stretch], root) != root)
+                    emit(kernels.need).left = stretch;
+            }
+        }
+    }
+}
+
+const TypedKeys& Compiler::keysOf(NodeIndex node)
+{
+    const auto [known, isNew] = keysOfNodes.try_emplace(node, nullptr);
+    if (!isNew)
+        return *known->second;
+    TypedKeys& keys = program.typedKeys.emplace_back();
+    known->second = &keys;
+    keys.times = &static_cast<const InterpolateExpressionAST*>(graph.nodes[node].expression)->constantTimes().times;
+    bool areNumbers = true;
+    for (const NodeIndex below : graph.childrenOf(node)) {
+        const NodeIndex value = graph.resolved(below);
+        KeySource& source = keys.sources.emplace_back();
+        if (const Plain* constant = graph.nodes[value].constant) {
+            source.constant = *constant;
+        } else {
+            source.stretch = static_cast<std::int32_t>(typedStretch(value));
+        }
+        areNumbers &= source.stretch == KeySource::none && graph.nodes[value].kind == Typed::Number;
+    }
+    if (areNumbers)
+        for (const KeySource& source : keys.sources)
+            keys.numbers.push_back(*std::get_if<double>(&source.constant));
+    return keys;
+}
+
+// The form in which a node's own rule gives its value.
+Form Compiler::naturalForm(NodeIndex index) const
+{
+    const GraphNode& node = graph.nodes[index];
+    if (node.kind != Typed::Vector)
+        return formOf(node.kind);
+    switch (node.task) {
+    case NodeTask::Operate: {
+        const Typed left = graph.nodes[graph.child(index, 0)].kind, right = graph.nodes[graph.child(index, 1)].kind;
+        return kernels.records[indexOf(recordRule(operatorOf(node)))][indexOf(left)][indexOf(right)].result;
+    }
+    case NodeTask::Negate:
+    case NodeTask::Call: return Form::Vector;
+    default: return Form::WideVector;
+    }
+}
+
+std::optional<Compiler::Simple> Compiler::simple(NodeIndex node)
+{
+    node = graph.resolved(node);
+    const GraphNode& described = graph.nodes[node];
+    if (described.constant)
+        return Simple{Operand::Constant, *std::get_if<double>(described.constant)};
+    if (described.task == NodeTask::Time)
+        return Simple{Operand::Time};
+    if (described.isApart && node != frames.front().node)
+        return Simple{Operand::Register, 0, placeOf(typedStretch(node))};
+    return std::nullopt;
+}
+
+Instruction& Compiler::emit(const Kernel& kernel)
+{
+    Instruction& made = program.instructions.emplace_back();
+    made.kernel = kernel;
+    return made;
+}
+
+// Where a stretch puts its result; what only a column needs has no place.
+std::uint32_t Compiler::placeOf(std::uint32_t stretch)
+{
+    std::uint32_t& place = program.stretches[stretch].result;
+    if (place == noPlace)
+        place = reserve(program.stretches[stretch].form);
+    return place;
+}
+
+std::uint32_t Compiler::reserve(Form form)
+{
+    const auto place = static_cast<std::uint32_t>(program.registersSize);
+    program.registersSize += sizeOfForm(form);
+    return place;
+}
+
+Compiler::Place Compiler::fresh(Form form)
+{
+    auto& places = freePlaces[indexOf(form)];
+    if (places.empty())
+        return {reserve(form), form, true};
+    const std::uint32_t place = places.back();
+    places.pop_back();
+    return {place, form, true};
+}
+
+void Compiler::giveBack(Place place)
+{
+    if (place.isFresh)
+        freePlaces[indexOf(place.form)].push_back(place.at);
+}
+
+void Compiler::push(NodeIndex node, Destination to)
+{
+    frames.push_back({graph.resolved(node), to});
+}
+
+void Compiler::compute(NodeIndex node, Destination to)
+{
+    frames.clear();
+    push(node, to);
+    while (!frames.empty())
+        advance();
+}
+
+// The next step of the newest frame, which ends it or lays one for an operand upon it.
+void Compiler::advance()
+{
+    Frame& frame = frames.back();
+    const GraphNode& node = graph.nodes[frame.node];
+    const NodeIndex index = frame.node;
+    if (frame.stage == 0 && (frames.size() > 1 || node.task == NodeTask::Time) && isKnown(index)) {
+        deliverKnown(index, frame.to);
+        return pop();
+    }
+
+    switch (node.task) {
+    case NodeTask::Operate: {
+        const GraphNode &left = graph.nodes[graph.child(index, 0)], &right = graph.nodes[graph.child(index, 1)];
+        if (left.kind == Typed::Number && right.kind == Typed::Number)
+            return operateOnNumbers(*numberRule(operatorOf(node)));
+        return combineRecords(
+            kernels.records[indexOf(recordRule(operatorOf(node)))][indexOf(left.kind)][indexOf(right.kind)]);
+    }
+    case NodeTask::Negate: {
+        if (node.kind == Typed::Number) {
+            if (frame.stage++ == 0)
+                return push(graph.child(index, 0), {Destination::Where::Accumulator});
+            emit(kernels.functions[indexOf(NumberFunction::Negative)]);
+            deliverNumber(frame.to);
+            return pop();
+        }
+        const Form form = naturalForm(index);
+        if (fetch({form}))
+            deliverRecord(kernels.negative[indexOf(form)], form);
+        return;
+    }
+    case NodeTask::Call: return call();
+    case NodeTask::Vector:
+    case NodeTask::Color:
+    case NodeTask::AColor:
+    case NodeTask::Matrix:
+    case NodeTask::Transform: return fillComponents();
+    case NodeTask::Keys: {
+        const TypedKeys& keys = keysOf(index);
+        if (keys.numbers.empty())
+            return deliverRecord(kernels.keys[indexOf(formOf(node.kind))], formOf(node.kind), &keys);
+        emit(kernels.numberKeys).table = &keys;
+        deliverNumber(frame.to);
+        return pop();
+    }
+    default: return pop(); // no other task is typed
+    }
+}
+
+// A value that is there already.
+void Compiler::deliverKnown(NodeIndex index, Destination to)
+{
+    const GraphNode& node = graph.nodes[index];
+    if (node.kind == Typed::Number) {
+        const auto operand = node.task == NodeTask::Time ? Simple{Operand::Time} : *simple(index);
+        Instruction& load = emit(kernels.load[indexOf(operand.where)]);
+        load.constant = operand.constant;
+        load.left = operand.place;
+        return deliverNumber(to);
+    }
+    if (node.constant) {
+        const Place target = to.where == Destination::Where::Place ? Place{to.place, to.form} : fresh(to.form);
+        program.constants.push_back(*node.constant);
+        Instruction& fill = emit(kernels.fill[indexOf(to.form)]);
+        fill.table = &program.constants.back();
+        fill.result = target.at;
+        latest = target;
+        return;
+    }
+    const std::uint32_t stretch = typedStretch(index);
+    convert({placeOf(stretch), program.stretches[stretch].form}, to);
+}
+
+void Compiler::operateOnNumbers(NumberRule rule)
+{
+    Frame& frame = frames.back();
+    const NodeIndex left = graph.child(frame.node, 0), right = graph.child(frame.node, 1);
+    auto first = simple(left), second = simple(right);
+    const bool bothComputed = !first && !second;
+    if (frame.stage == 0 && bothComputed) {
+        // The one that takes more registers while nothing waits.
+        frame.rightFirst = graph.nodes[graph.resolved(right)].need > graph.nodes[graph.resolved(left)].need;
+        frame.stage = 1;
+        return push(frame.rightFirst ? right : left, {Destination::Where::Fresh, Form::Number});
+    }
+    if (frame.stage == 0 && (!first || !second)) {
+        frame.stage = 2;
+        return push(first ? right : left, {Destination::Where::Accumulator});
+    }
+    if (frame.stage == 1) {
+        frame.operands[0] = latest;
+        frame.stage = 2;
+        return push(frame.rightFirst ? left : right, {Destination::Where::Accumulator});
+    }
+    if (bothComputed)
+        (frame.rightFirst ? second : first) = Simple{Operand::Register, 0, frame.operands[0].at};
+    const Simple l = first.value_or(Simple{Operand::Accumulator}), r = second.value_or(Simple{Operand::Accumulator});
+    Instruction& made = emit(kernels.numbers[indexOf(rule)][indexOf(l.where)][indexOf(r.where)]);
+    made.constant = l.where == Operand::Constant ? l.constant : r.constant;
+    made.left = l.place;
+    made.right = r.place;
+    giveBack(frame.operands[0]);
+    deliverNumber(frame.to);
+    pop();
+}
+
+void Compiler::combineRecords(const RecordKernel& rule)
+{
+    if (!fetch({rule.left, rule.right}))
+        return;
+    if (rule.result != Form::Number)
+        return deliverRecord(rule.kernel, rule.result);
+    Frame& frame = frames.back();
+    Instruction& made = emit(rule.kernel);
+    made.left = frame.operands[0].at;
+    made.right = frame.operands[1].at;
+    giveBack(frame.operands[0]);
+    giveBack(frame.operands[1]);
+    deliverNumber(frame.to);
+    pop();
+}
+
+void Compiler::call()
+{
+    Frame& frame = frames.back();
+    const GraphNode& node = graph.nodes[frame.node];
+    const auto applyToNumber = [&](NumberFunction function) {
+        if (frame.stage++ == 0)
+            return push(graph.child(frame.node, 0), {Destination::Where::Accumulator});
+        emit(kernels.functions[indexOf(function)]);
+        deliverNumber(frame.to);
+        pop();
+    };
+    const auto applyToVector = [&](const Kernel& kernel) {
+        if (!fetch({Form::Vector}))
+            return;
+        emit(kernel).left = frame.operands[0].at;
+        giveBack(frame.operands[0]);
+        deliverNumber(frame.to);
+        pop();
+    };
+    switch (functionOf(node)) {
+    case Builtin::Sqr: return applyToNumber(NumberFunction::Square);
+    case Builtin::Sqrt: return applyToNumber(NumberFunction::SquareRoot);
+    case Builtin::Sin: return applyToNumber(NumberFunction::Sine);
+    case Builtin::Cos: return applyToNumber(NumberFunction::Cosine);
+    case Builtin::Length: return applyToVector(kernels.length);
+    case Builtin::Noise: return applyToVector(kernels.noise);
+    case Builtin::Pow: return operateOnNumbers(NumberRule::Power);
+    case Builtin::Cross:
+        if (fetch({Form::Vector, Form::Vector}))
+            deliverRecord(kernels.cross, Form::Vector);
+        return;
+    case Builtin::Uniform: {
+        if (frame.stage < 2) {
+            if (!fetch({Form::Number}))
+                return;
+            frame.stage = 2;
+            return push(graph.child(frame.node, 1), {Destination::Where::Accumulator});
+        }
+        Instruction& made = emit(kernels.uniform);
+        made.left = frame.operands[0].at;
+        made.constant = widened(static_cast<const BuiltinFunctionAST*>(node.expression)->sample);
+        giveBack(frame.operands[0]);
+        deliverNumber(frame.to);
+        return pop();
+    }
+    case Builtin::Time:
+    case Builtin::Sample:
+    case Builtin::Pi: return pop(); // no calls
+    }
+}
+
+// A literal's parts are computed straight to where they belong.
+void Compiler::fillComponents()
+{
+    Frame& frame = frames.back();
+    const GraphNode& node = graph.nodes[frame.node];
+    if (frame.stage == 0)
+        frame.target = frame.to.where == Destination::Where::Place ? frame.to.place : fresh(frame.to.form).at;
+    if (frame.stage == node.childCount) {
+        latest = {frame.target, frame.to.form, frame.to.where == Destination::Where::Fresh};
+        return pop();
+    }
+    const std::uint32_t i = frame.stage++;
+    const NodeIndex part = graph.child(frame.node, i);
+    switch (node.task) {
+    case NodeTask::Matrix:
+        return push(part, {Destination::Where::Place, Form::Vector, frame.target + 3 * i * floatsSize});
+    case NodeTask::Transform:
+        if (i == 0)
+            return push(part, {Destination::Where::Place, Form::Matrix, frame.target});
+        return push(part, {Destination::Where::Place, Form::WideVector, frame.target + 9 * floatsSize});
+    default:
+        if (frame.to.form == Form::WideVector)
+            return push(part, {Destination::Where::Place, Form::Number, frame.target + i * doublesSize});
+        return push(part, {Destination::Where::PlaceOfSingles, Form::Number, frame.target + i * floatsSize});
+    }
+}
+
+// False where an operand has to be computed first; the frame is entered again then.
+bool Compiler::fetch(std::initializer_list<Form> wanted)
+{
+    Frame& frame = frames.back();
+    if (frame.stage > 0)
+        frame.operands[frame.stage - 1] = latest;
+    while (frame.stage < wanted.size()) {
+        const Form form = wanted.begin()[frame.stage];
+        const NodeIndex operand = graph.resolved(graph.child(frame.node, frame.stage));
+        const GraphNode& node = graph.nodes[operand];
+        if (!node.constant && node.task != NodeTask::Time && node.isApart) {
+            const std::uint32_t stretch = typedStretch(operand);
+            if (program.stretches[stretch].form == form) {
+                frame.operands[frame.stage++] = {placeOf(stretch), form};
+                continue;
+            }
+        }
+        ++frame.stage;
+        push(operand, {Destination::Where::Fresh, form});
+        return false;
+    }
+    return true;
+}
+
+void Compiler::deliverNumber(Destination to)
+{
+    switch (to.where) {
+    case Destination::Where::Accumulator: return;
+    case Destination::Where::Fresh:
+        latest = fresh(Form::Number);
+        emit(kernels.store).result = latest.at;
+        return;
+    case Destination::Where::Place: emit(kernels.store).result = to.place; return;
+    case Destination::Where::PlaceOfSingles: emit(kernels.storeSingle).result = to.place; return;
+    }
+}
+
+// Ends the newest frame with the kernel's result, brought into the form that is asked for.
+void Compiler::deliverRecord(Kernel kernel, Form natural, const void* table)
+{
+    const Frame frame = frames.back();
+    const bool isStraight = frame.to.where == Destination::Where::Place && frame.to.form == natural;
+    const Place result = isStraight ? Place{frame.to.place, natural} : fresh(natural);
+    Instruction& made = emit(kernel);
+    made.left = frame.operands[0].at;
+    made.right = frame.operands[1].at;
+    made.result = result.at;
+    made.table = table;
+    giveBack(frame.operands[0]);
+    giveBack(frame.operands[1]);
+    pop();
+    latest = result;
+    if (natural == Form::Number && frame.to.where != Destination::Where::Fresh) {
+        emit(kernels.load[indexOf(Operand::Register)]).left = result.at;
+        giveBack(result);
+        deliverNumber(frame.to);
+    } else if (!isStraight && (frame.to.where == Destination::Where::Place || frame.to.form != natural)) {
+        convert(result, frame.to);
+        giveBack(result);
+    }
+}
+
+void Compiler::convert(Place from, Destination to)
+{
+    const Place target = to.where == Destination::Where::Place ? Place{to.place, to.form} : fresh(to.form);
+    Instruction& made = emit(from.form == to.form ? kernels.copy[indexOf(to.form)]
+                                 : to.form == Form::Vector ? kernels.narrowed
+                                                           : kernels.widened);
+    made.left = from.at;
+    made.result = target.at;
+    latest = target;
+}
+
+} // namespace Marl
