@@ -1,0 +1,52 @@
+// What operators, functions, literals and keys make of their operands' values: which rule of arithmetic
+// (marl/value/detail) applies to which kinds, and what is said when none does.
+#pragma once
+
+#include <marl/ast/nodes.h>
+#include <marl/ast/token_type.h>
+#include <marl/value/detail/failures.h>
+#include <marl/value/value.h>
+
+namespace Marl {
+
+// Puts the result in the place of the left operand, which stays as it is when this throws. A list result
+// shares no storage with the operands. An operator code that is none of the four gives an undefined value.
+void operate(TOKENTYPE op, Value& left, const Value& right);
+
+// In place; a kind without sign stays as it is.
+void changeSign(Value& value);
+
+// What a key's value becomes on the way to the next one. The kind of the earlier value decides: what
+// cannot be weighted holds; what can be weighted but not added is the author's mistake.
+Value blended(const Value& earlier, const Value& later, double factor);
+
+// What functions of one and of two arguments come to; the second argument is judged before the first.
+// Undefined for a function that takes no such arguments.
+Value applied(Builtin function, const Value& argument);
+Value applied(Builtin function, const Value& first, const Value& second, double sample);
+
+inline bool isUndefined(const Value& value)
+{
+    return value.getValueType() == static_cast<int>(ValueType::Undefined);
+}
+
+// Only Undefined is not a number; any other kind answers getDouble() in its own way.
+inline double numberOrThrow(const Value& value, const char* complaint)
+{
+    if (isUndefined(value))
+        fail(complaint);
+    return value.getDouble();
+}
+
+// What is said of a value that is no number where one is expected.
+namespace Complaint {
+
+inline constexpr const char* vector = "Vector expected to contain numbers only";
+inline constexpr const char* color = "Color expected to contain numbers only";
+inline constexpr const char* acolor = "AColor expected to contain numbers only";
+inline constexpr const char* index = "Array indexer expected to evaluate to a number.";
+inline constexpr const char* keyTime = "Keys in interpolate expression must be numbers.";
+
+} // namespace Complaint
+
+} // namespace Marl
