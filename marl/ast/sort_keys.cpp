@@ -24,7 +24,7 @@ std::optional<Constant> constantOf(ExpressionAST* node, int& stepsLeft)
         return Constant{number->number, 0};
     if (const auto* negated = dynamic_cast<NegatedExpressionAST*>(node)) {
         const auto operand = constantOf(negated->operand, stepsLeft);
-        return operand ? std::optional(Constant{-operand->number, operand->nesting + 1}) : std::nullopt;
+        return operand ? std::optional(Constant{negative(operand->number), operand->nesting + 1}) : std::nullopt;
     }
     if (const auto* reference = dynamic_cast<PropertyReferenceAST*>(node)) {
         if (!reference->property)

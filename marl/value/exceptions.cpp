@@ -16,11 +16,13 @@ void fail(const char* message)
 }
 
 // clang-format off
-void failIncomplete()   { fail("Expression is incomplete."); }
-void failTooDeep()      { fail("Expression is nested too deeply."); }
-void failUnbound()      { fail("Property reference is not bound."); }
-void failCycle()        { fail("Property references form a cycle."); }
-void failOutsideArray() { fail("Array index is out of range."); }
+void failIncomplete()     { fail("Expression is incomplete."); }
+void failTooDeep()        { fail("Expression is nested too deeply."); }
+void failUnbound()        { fail("Property reference is not bound."); }
+void failCycle()          { fail("Property references form a cycle."); }
+void failOutsideArray()   { fail("Array index is out of range."); }
+void failIncompleteCall() { fail("Built-in function lacks an argument."); }
+void failWithoutKeys()    { fail("Interpolate expression has no keys."); }
 // clang-format on
 
 } // namespace Marl

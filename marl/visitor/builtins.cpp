@@ -1,39 +1,17 @@
 // The built-in functions.
 #include <marl/visitor/detail/operands.h>
 
-#include <marl/value/detail/record_arithmetic.h>
-
-#include <cmath>
+#include <marl/ast/detail/number_operators.h>
+#include <marl/ast/detail/operations.h>
+#include <marl/value/detail/functions.h>
+#include <marl/value/detail/noise.h>
 
 namespace Marl {
-
-namespace {
-
-[[noreturn]] void failIncompleteCall()
-{
-    fail("Built-in function lacks an argument.");
-}
-
-// Every step in single precision.
-float length(const Vector& v)
-{
-    return std::sqrt(v.x * v.x + v.y * v.y + v.z * v.z);
-}
-
-} // namespace
 
 void CalculationVisitor::visitBuiltinFunction(BuiltinFunctionAST* node)
 {
     if (node)
         pushNumber(call(node, levelOfVisit()));
-}
-
-// What the argument of a function that takes one comes to.
-inline MaybeNumber CalculationVisitor::argument(BuiltinFunctionAST* node, int level)
-{
-    if (!node->args[0])
-        failIncompleteCall();
-    return operand(node->args[0], enter(level));
 }
 
 MaybeNumber CalculationVisitor::call(BuiltinFunctionAST* node, int level)
@@ -42,23 +20,21 @@ MaybeNumber CalculationVisitor::call(BuiltinFunctionAST* node, int level)
     switch (function) {
     case Builtin::Time: return just(timeParam);
     case Builtin::Sample: return just(widened(node->sample));
-    case Builtin::Pi: return just(widened(3.14159274f)); // pi in single precision, on purpose
-    case Builtin::Sqr: {
-        const double x =
-            numberOrTake(argument(node, level), "Function argument for sqr() expected to evaluate to a number.");
-        return just(x * x);
-    }
+    case Builtin::Pi: return just(pi);
+    case Builtin::Sqr:
     case Builtin::Sqrt:
-        return just(std::sqrt(
-            numberOrTake(argument(node, level), "Function argument for sqrt() expected to evaluate to a number.")));
     case Builtin::Sin:
-        return just(std::sin(
-            numberOrTake(argument(node, level), "Function argument for sin() expected to evaluate to a number.")));
     case Builtin::Cos:
-        return just(std::cos(
-            numberOrTake(argument(node, level), "Function argument for cos() expected to evaluate to a number.")));
-    case Builtin::Length: return just(widened(length(vectorOrTake(argument(node, level)))));
-    case Builtin::Noise: return just(widened(noise(vectorOrTake(argument(node, level)))));
+    case Builtin::Length:
+    case Builtin::Noise: {
+        if (!node->args[0])
+            failIncompleteCall();
+        const MaybeNumber argument = operand(node->args[0], enter(level));
+        if (argument.isThere)
+            if (const MaybeNumber result = calculate(function, argument.number); result.isThere)
+                return result;
+        return applyToOne(function, argument);
+    }
     case Builtin::Pow:
     case Builtin::Cross:
     case Builtin::Uniform: {
@@ -73,24 +49,29 @@ MaybeNumber CalculationVisitor::call(BuiltinFunctionAST* node, int level)
     return {};
 }
 
-// The second argument is a number or lies on the stack; the first one lies there, below it. The
-// second is judged before the first.
-MaybeNumber CalculationVisitor::applyToTwo(Builtin function, MaybeNumber second, double sample)
+MaybeNumber CalculationVisitor::applyToOne(Builtin function, MaybeNumber argument)
 {
-    if (function == Builtin::Cross) {
-        const Vector b = vectorOrTake(second);
-        const Vector a = takeVector();
-        valueStack.push(widened(cross(a, b)));
-        return {};
+    return just(applied(function, taken(argument)).getDouble());
+}
+
+// The first argument lies on the stack, and stays there when the second one, which is judged before it,
+// is refused.
+MaybeNumber CalculationVisitor::applyToTwo(Builtin function, MaybeNumber secondOperand, double sample)
+{
+    const Value second = taken(secondOperand);
+    try {
+        valueStack.top() = applied(function, valueStack.top(), second, sample);
+    } catch (...) {
+        if (!isUndefined(second))
+            valueStack.pop();
+        throw;
     }
-    if (function == Builtin::Pow) {
-        const double b = numberOrTake(second, "Second function argument for pow() expected to evaluate to a number.");
-        const double a = takeNumber("First function argument for pow() expected to evaluate to a number.");
-        return just(std::pow(a, b));
-    }
-    const double b = numberOrTake(second, "Second function argument for uniform() expected to evaluate to a number.");
-    const double a = takeNumber("First function argument for uniform() expected to evaluate to a number.");
-    return just((1.0 - sample) * a + b * sample);
+    return takeIfNumber();
+}
+
+float CalculationVisitor::noise(const Vector& point)
+{
+    return Marl::noise(point);
 }
 
 } // namespace Marl

@@ -44,6 +44,9 @@ public:
     // A copy of the newest value, which stays; undefined before anything was evaluated.
     Value getResult() const { return valueStack.isEmpty() ? Value() : valueStack.top(); }
 
+    // Whether there is a result, be it an undefined value.
+    bool hasResult() const { return !valueStack.isEmpty(); }
+
     void visitBinaryExpression(BinaryExpressionAST* node) override;
     void visitNumberExpression(NumberExpressionAST* node) override;
     void visitBuiltinFunction(BuiltinFunctionAST* node) override;
@@ -107,13 +110,13 @@ private:
     void evaluate(ExpressionAST* node, int level);
     void pushNumber(MaybeNumber number);
     MaybeNumber takeIfNumber();
-    double takeNumber(const char* complaint);
+    Value taken(MaybeNumber operand);
+    [[gnu::noinline]] double takeNumber(const char* complaint);
     double numberOrTake(MaybeNumber operand, const char* complaint);
     double numberOrLeave(ExpressionAST* node, int level, const char* complaint);
     Vector takeVector();
     [[gnu::noinline]] void replaceTopByTransform();
     [[gnu::noinline]] void takeVectorInto(Vector& column);
-    Vector vectorOrTake(MaybeNumber operand);
 
     MaybeNumber binary(BinaryExpressionAST* node, int level);
     [[gnu::noinline]] MaybeNumber combineTopWith(MaybeNumber right, TOKENTYPE op);
@@ -121,7 +124,7 @@ private:
     MaybeNumber vectorOperand(VectorExpressionAST* node, int level);
     MaybeNumber negated(NegatedExpressionAST* node, int level);
     MaybeNumber call(BuiltinFunctionAST* node, int level);
-    MaybeNumber argument(BuiltinFunctionAST* node, int level);
+    [[gnu::noinline]] MaybeNumber applyToOne(Builtin function, MaybeNumber argument);
     [[gnu::noinline]] MaybeNumber applyToTwo(Builtin function, MaybeNumber second, double sample);
 
     bool knowsTimes(const InterpolateExpressionAST* node, int level) const;
@@ -129,7 +132,6 @@ private:
     Bracket bracketVaryingTime(InterpolateExpressionAST* node, int level);
     [[gnu::noinline]] void replaceTopByBlend(double earlier, double factor);
     [[gnu::noinline]] void replaceTopByBlend(const Value& earlier, double factor);
-    Value blend(const Value& earlier, const Value& later, double factor);
 
     template <typename T>
     void pushTypedList(ListTypeExpressionAST<T>* node);

@@ -1,10 +1,8 @@
 // Values that change over time: the pair of keys around the time, and the blend between them.
 #include <marl/visitor/detail/operands.h>
 
-#include <marl/value/detail/array_hold.h>
-#include <marl/value/detail/record_arithmetic.h>
-#include <marl/value/exceptions.h>
-#include <marl/value/interpolate_transform.h>
+#include <marl/ast/detail/operations.h>
+#include <marl/value/detail/blend.h>
 
 namespace Marl {
 
@@ -15,32 +13,6 @@ struct CalculationVisitor::Bracket {
     InterpolateKey* later = nullptr;
     double factor = 0;
 };
-
-namespace {
-
-// How much of the way from start to end lies behind.
-double share(double start, double time, double end)
-{
-    return (time - start) / (end - start);
-}
-
-double blendNumbers(double earlier, double later, double factor)
-{
-    return factor * later + (1.0 - factor) * earlier;
-}
-
-Value blendLists(const Value& earlierValue, const Value& laterValue, float earlierWeight, float laterWeight)
-{
-    ArrayHold<Vector> earlier(earlierValue.getListVector()), later(laterValue.getListVector());
-    if (earlier->count != later->count)
-        return earlierValue;
-    ArrayHold<Vector> blended(earlier->count);
-    for (int i = 0; i < blended->count; ++i)
-        blended[i] = later[i] * laterWeight + earlier[i] * earlierWeight;
-    return Value(*blended);
-}
-
-} // namespace
 
 void CalculationVisitor::visitInterpolateExpression(InterpolateExpressionAST* node)
 {
@@ -55,7 +27,7 @@ void CalculationVisitor::visitInterpolateExpression(InterpolateExpressionAST* no
     // As nearly all keys are.
     const double *const earlierLeaf = leaf(keys.earlier->value), *const laterLeaf = leaf(keys.later->value);
     if (earlierLeaf && laterLeaf)
-        return valueStack.push(blendNumbers(*earlierLeaf, *laterLeaf, keys.factor));
+        return valueStack.push(blend(*earlierLeaf, *laterLeaf, keys.factor));
 
     const MaybeNumber earlier = operand(keys.earlier->value, inside);
     if (!earlier.isThere) {
@@ -66,7 +38,7 @@ void CalculationVisitor::visitInterpolateExpression(InterpolateExpressionAST* no
     const MaybeNumber later = operand(keys.later->value, inside);
     if (!later.isThere)
         return replaceTopByBlend(earlier.number, keys.factor);
-    valueStack.push(blendNumbers(earlier.number, later.number, keys.factor));
+    valueStack.push(blend(earlier.number, later.number, keys.factor));
 }
 
 // Times that sortKeys() found constant need no visit. That must hide neither a time that
@@ -99,7 +71,7 @@ CalculationVisitor::bracketVaryingTime(InterpolateExpressionAST* node, int level
     InterpolateKey *previous = nullptr, *earlier = nullptr, *later = nullptr;
     double firstTime = 0, previousTime = 0, factor = 0;
     for (InterpolateKey* key = node->firstKey; key; key = key->next) {
-        const double time = numberOrLeave(key->time, level, "Keys in interpolate expression must be numbers.");
+        const double time = numberOrLeave(key->time, level, Complaint::keyTime);
         if (!previous)
             firstTime = time;
         else if (!later && timeParam >= previousTime && !(timeParam >= time)) {
@@ -111,7 +83,7 @@ CalculationVisitor::bracketVaryingTime(InterpolateExpressionAST* node, int level
         previousTime = time;
     }
     if (!previous)
-        fail("Interpolate expression has no keys.");
+        failWithoutKeys();
     if (previous == node->firstKey || !(timeParam > firstTime))
         return {node->firstKey};
     if (timeParam >= previousTime)
@@ -123,7 +95,7 @@ CalculationVisitor::bracketVaryingTime(InterpolateExpressionAST* node, int level
 void CalculationVisitor::replaceTopByBlend(const Value& earlier, double factor)
 {
     try {
-        valueStack.top() = blend(earlier, valueStack.top(), factor);
+        valueStack.top() = blended(earlier, valueStack.top(), factor);
     } catch (...) {
         valueStack.pop();
         throw;
@@ -133,30 +105,6 @@ void CalculationVisitor::replaceTopByBlend(const Value& earlier, double factor)
 void CalculationVisitor::replaceTopByBlend(double earlier, double factor)
 {
     replaceTopByBlend(Value(earlier), factor);
-}
-
-// The kind of the earlier value decides. What cannot be weighted holds; what can be weighted
-// but not added is the author's mistake.
-Value CalculationVisitor::blend(const Value& earlier, const Value& later, double factor)
-{
-    const Value earlierWeight(1.0 - factor), laterWeight(factor);
-    switch (ValueType(earlier.getValueType())) {
-    case ValueType::ListVector:
-        return blendLists(earlier, later, single(earlierWeight.getDouble()), single(laterWeight.getDouble()));
-    case ValueType::Transform:
-        return widened(
-            interpolateTransform(narrowed(earlier.getTransform()), narrowed(later.getTransform()), factor));
-    default: break;
-    }
-
-    Value weightedEarlier, weightedLater;
-    try {
-        weightedEarlier = doOp(TOKEN_MULTIPLY, earlierWeight, earlier);
-        weightedLater = doOp(TOKEN_MULTIPLY, laterWeight, later);
-    } catch (const InvalidOpException&) {
-        return earlier;
-    }
-    return doOp(TOKEN_PLUS, weightedLater, weightedEarlier);
 }
 
 } // namespace Marl

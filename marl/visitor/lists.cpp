@@ -1,8 +1,9 @@
 // Lists and the selection of their elements.
 #include <marl/visitor/detail/operands.h>
 
+#include <marl/ast/detail/operations.h>
 #include <marl/value/detail/array_hold.h>
-#include <marl/visitor/detail/truncation.h>
+#include <marl/value/detail/truncation.h>
 
 namespace Marl {
 
@@ -45,14 +46,19 @@ void CalculationVisitor::visitListFloatExpressionAST(ListTypeExpressionAST<float
 void CalculationVisitor::visitListStringExpressionAST(ListTypeExpressionAST<CharString>* node) { pushTypedList(node); }
 // clang-format on
 
+// What is refused leaves the stack too. Apart from the visit, whose frame must hold no value.
+double CalculationVisitor::takeNumber(const char* complaint)
+{
+    return numberOrThrow(taken({}), complaint);
+}
+
 // Works on the tree: only the selected element is evaluated, the target as a whole is not.
 void CalculationVisitor::visitArrayExpressionAST(ArrayExpressionAST* node)
 {
     const int inside = enter(levelOfVisit());
     ExpressionAST* selected = node->target;
     for (ExpressionAST* index : node->indices) {
-        const int position =
-            truncated(numberOrTake(operand(index, inside), "Array indexer expected to evaluate to a number."));
+        const int position = truncated(numberOrTake(operand(index, inside), Complaint::index));
         if (!selected)
             failIncomplete();
         selected = selected->getElement(position);

@@ -1,6 +1,7 @@
 // Vectors, colors, matrices and transforms built from their parts.
 #include <marl/visitor/detail/operands.h>
 
+#include <marl/ast/detail/operations.h>
 #include <marl/value/detail/precision.h>
 
 namespace Marl {
@@ -18,8 +19,7 @@ bool CalculationVisitor::vector(VectorExpressionAST* node, int level)
         return false;
     const int inside = enter(level);
     const bool isVector = type == ValueType::Vector;
-    const char* complaint =
-        isVector ? "Vector expected to contain numbers only" : "Color expected to contain numbers only";
+    const char* complaint = isVector ? Complaint::vector : Complaint::color;
     const double x = numberOrLeave(node->components[0], inside, complaint);
     const double y = numberOrLeave(node->components[1], inside, complaint);
     const double z = numberOrLeave(node->components[2], inside, complaint);
@@ -35,7 +35,7 @@ void CalculationVisitor::visitAColorExpression(AColorExpressionAST* node)
     const int inside = enter(levelOfVisit());
     float components[4];
     for (int i = 0; i < 4; ++i)
-        components[i] = single(numberOrLeave(node->components[i], inside, "AColor expected to contain numbers only"));
+        components[i] = single(numberOrLeave(node->components[i], inside, Complaint::acolor));
     valueStack.push(AColor{components[0], components[1], components[2], components[3]});
 }
 

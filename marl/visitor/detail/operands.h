@@ -9,6 +9,7 @@
 // holds a value. Children are walked first; then a function of its own finishes on the stack.
 #pragma once
 
+#include <marl/ast/detail/operations.h>
 #include <marl/value/detail/failures.h>
 #include <marl/visitor/calculation_visitor.h>
 
@@ -76,12 +77,6 @@ private:
 inline bool isDouble(const Value& value)
 {
     return value.getValueType() == static_cast<int>(ValueType::Double);
-}
-
-// Where a number is expected only this kind is refused; any other answers getDouble() in its own way.
-inline bool isUndefined(const Value& value)
-{
-    return value.getValueType() == static_cast<int>(ValueType::Undefined);
 }
 
 // What the evaluator may read without a visit. A derived evaluator may override visits, so of
@@ -179,18 +174,17 @@ inline MaybeNumber CalculationVisitor::takeIfNumber()
     return just(number);
 }
 
-// The number on top of the stack, which is taken also when it is refused.
-inline double CalculationVisitor::takeNumber(const char* complaint)
+// The operand's value, off the stack.
+inline Value CalculationVisitor::taken(MaybeNumber operand)
 {
-    const bool isRefused = isUndefined(valueStack.top());
-    const double number = valueStack.top().getDouble();
+    if (operand.isThere)
+        return operand.number;
+    Value value = std::move(valueStack.top());
     valueStack.pop();
-    if (isRefused)
-        fail(complaint);
-    return number;
+    return value;
 }
 
-// The number of an operand; what is refused is taken off the stack too.
+// The operand's number; what is refused is taken off the stack too.
 inline double CalculationVisitor::numberOrTake(MaybeNumber operand, const char* complaint)
 {
     return operand.isThere ? operand.number : takeNumber(complaint);
@@ -199,12 +193,12 @@ inline double CalculationVisitor::numberOrTake(MaybeNumber operand, const char* 
 // The operand's number; what is refused stays on the stack.
 inline double CalculationVisitor::numberOrLeave(ExpressionAST* node, int level, const char* complaint)
 {
-    const auto [number, isThere] = operand(node, level);
+    const auto [operandsNumber, isThere] = operand(node, level);
     if (isThere)
-        return number;
-    if (isUndefined(valueStack.top()))
-        fail(complaint);
-    return takeNumber(complaint);
+        return operandsNumber;
+    const double number = numberOrThrow(valueStack.top(), complaint);
+    valueStack.pop();
+    return number;
 }
 
 inline Vector CalculationVisitor::takeVector()
@@ -212,12 +206,6 @@ inline Vector CalculationVisitor::takeVector()
     const Vector vector = valueStack.top().getVector();
     valueStack.pop();
     return vector;
-}
-
-// The vector of an operand; a number, which is none, is the zero vector.
-inline Vector CalculationVisitor::vectorOrTake(MaybeNumber operand)
-{
-    return operand.isThere ? Vector() : takeVector();
 }
 
 } // namespace Marl

@@ -1,9 +1,8 @@
-// Three-dimensional gradient noise on an integer lattice.
-#include <marl/visitor/calculation_visitor.h>
+#include <marl/value/detail/noise.h>
 
+#include <marl/value/detail/noise_tables.h>
 #include <marl/value/detail/precision.h>
-#include <marl/visitor/detail/noise_tables.h>
-#include <marl/visitor/detail/truncation.h>
+#include <marl/value/detail/truncation.h>
 
 #include <atomic>
 #include <cstring>
@@ -108,7 +107,7 @@ Number lerp(double t, Number a, Number b)
 
 } // namespace
 
-float CalculationVisitor::noise(const Vector& point)
+float noise(const Vector& point)
 {
     initNoiseOnce();
     const float scale = noiseParams.scale;
@@ -138,6 +137,12 @@ float CalculationVisitor::noise(const Vector& point)
     const Doubles highY = __builtin_shufflevector(edges, edges, 1, 3);
     const Doubles faces = lerp(y.fade, lowY, highY);
     return single(lerp(z.fade, faces[0], faces[1]));
+}
+
+void noise(const float* x, const float* y, const float* z, float* results, int count)
+{
+    for (int i = 0; i < count; ++i)
+        results[i] = noise(Vector{x[i], y[i], z[i]});
 }
 
 } // namespace Marl

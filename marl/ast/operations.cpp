@@ -1,0 +1,230 @@
+#include <marl/ast/detail/operations.h>
+
+#include <marl/ast/detail/number_operators.h>
+#include <marl/value/detail/array_hold.h>
+#include <marl/value/detail/blend.h>
+#include <marl/value/detail/failures.h>
+#include <marl/value/detail/functions.h>
+#include <marl/value/detail/noise.h>
+#include <marl/value/detail/operators.h>
+
+#include <algorithm>
+#include <climits>
+#include <type_traits>
+#include <utility>
+
+namespace Marl {
+
+namespace {
+
+constexpr const char* unableToSum = "Unable to sum.";
+
+// Calls `use` with the record that a value holds; false for the kinds that are no plain records.
+template <typename Use>
+bool withRecord(const Value& value, Use use)
+{
+    // clang-format off
+    switch (ValueType(value.getValueType())) {
+    case ValueType::Double:    use(value.getDouble()); return true;
+    case ValueType::Vector:    use(value.getTracePoint()); return true;
+    case ValueType::Matrix:    use(value.getMatrix()); return true;
+    case ValueType::Color:     use(value.getColor()); return true;
+    case ValueType::AColor:    use(value.getAColor()); return true;
+    case ValueType::Transform: use(value.getTransform()); return true;
+    default:                   return false;
+    }
+    // clang-format on
+}
+
+// Calls `use` with the records of two values, whatever pair of kinds they are.
+template <typename Use>
+void withRecords(const Value& left, const Value& right, Use use)
+{
+    withRecord(left, [&](const auto& l) { withRecord(right, [&](const auto& r) { use(l, r); }); });
+}
+
+// clang-format off
+void put(Value& place, double result)                { place.setDouble(result); }
+void put(Value& place, const TracePoint& result)     { place.setVector(result); }
+void put(Value& place, const Matrix& result)         { place.setMatrix(result); }
+void put(Value& place, const Color& result)          { place.setColor(result); }
+void put(Value& place, const TraceTransform& result) { place.setTransform(result); }
+void put(Value& place, Value&& result)               { place = std::move(result); }
+// clang-format on
+
+// False when the rule has no row for the two kinds.
+template <typename Rule>
+bool combine(const Rule& rule, Value& left, const Value& right)
+{
+    bool hasRow = false;
+    withRecords(left, right, [&](const auto& l, const auto& r) {
+        if constexpr (std::is_invocable_v<Rule, decltype(l), decltype(r)>) {
+            put(left, rule(l, r));
+            hasRow = true;
+        }
+    });
+    return hasRow;
+}
+
+template <typename T>
+ArrayHold<T> roomFor(const PtrArray<T>& left, int more)
+{
+    if (left.count > INT_MAX - more)
+        fail("List is too long.");
+    return ArrayHold<T>(left.count + more);
+}
+
+template <typename T>
+Value concatenated(PtrArray<T>&& leftList, PtrArray<T>&& rightList)
+{
+    ArrayHold<T> left(std::move(leftList)), right(std::move(rightList));
+    ArrayHold<T> joined = roomFor(*left, right->count);
+    T* behindLeft = std::copy_n(left->data, left->count, joined->data);
+    std::copy_n(right->data, right->count, behindLeft);
+    return Value(*joined);
+}
+
+Value appended(PtrArray<Value>&& list, const Value& element)
+{
+    ArrayHold<Value> left(std::move(list));
+    ArrayHold<Value> joined = roomFor(*left, 1);
+    *std::copy_n(left->data, left->count, joined->data) = element;
+    return Value(*joined);
+}
+
+// Lists of one kind are joined; a list takes anything else as one more element.
+void join(Value& left, const Value& right)
+{
+    const bool isOneKind = left.getValueType() == right.getValueType();
+    // clang-format off
+    switch (ValueType(left.getValueType())) {
+    case ValueType::List:       if (!isOneKind) return put(left, appended(left.getList(), right));
+                                return put(left, concatenated(left.getList(), right.getList()));
+    case ValueType::ListVector: if (!isOneKind) break;
+                                return put(left, concatenated(left.getListVector(), right.getListVector()));
+    case ValueType::ListInt:    if (!isOneKind) break;
+                                return put(left, concatenated(left.getListInt(), right.getListInt()));
+    case ValueType::ListColor:  if (!isOneKind) break;
+                                return put(left, concatenated(left.getListColor(), right.getListColor()));
+    case ValueType::ListFloat:  if (!isOneKind) break;
+                                return put(left, concatenated(left.getListFloat(), right.getListFloat()));
+    default:                    break;
+    }
+    // clang-format on
+    fail(unableToSum);
+}
+
+Value blendedLists(const Value& earlierValue, const Value& laterValue, double factor)
+{
+    ArrayHold<Vector> earlier(earlierValue.getListVector()), later(laterValue.getListVector());
+    if (earlier->count != later->count)
+        return earlierValue;
+    ArrayHold<Vector> between(earlier->count);
+    for (int i = 0; i < between->count; ++i)
+        between[i] = narrowed(blend(widened(earlier[i]), widened(later[i]), factor));
+    return Value(*between);
+}
+
+template <typename Record>
+constexpr bool canBeWeighted = std::is_invocable_v<decltype(Rule::product), double, Record>;
+
+} // namespace
+
+void operate(TOKENTYPE op, Value& left, const Value& right)
+{
+    switch (op) {
+    case TOKEN_MULTIPLY:
+        if (!combine(Rule::product, left, right))
+            fail("Unable to multiply.");
+        return;
+    case TOKEN_PLUS:
+        if (!combine(Rule::sum, left, right))
+            join(left, right);
+        return;
+    case TOKEN_MINUS:
+        if (!combine(Rule::difference, left, right))
+            fail("Unable to subtract.");
+        return;
+    case TOKEN_DIVIDE:
+        if (!combine(Rule::quotient, left, right))
+            fail("Unable to divide.");
+        return;
+    }
+    left = Value();
+}
+
+void changeSign(Value& value)
+{
+    withRecord(value, [&](const auto& record) { put(value, Rule::negative(record)); });
+}
+
+Value blended(const Value& earlier, const Value& later, double factor)
+{
+    if (earlier.getValueType() == static_cast<int>(ValueType::ListVector))
+        return blendedLists(earlier, later, factor);
+    if (earlier.getValueType() == static_cast<int>(ValueType::Transform))
+        return blend(earlier.getTransform(), later.getTransform(), factor);
+
+    Value between(earlier);
+    withRecords(earlier, later, [&]<typename Earlier, typename Later>(const Earlier& e, const Later& l) {
+        if constexpr (std::is_same_v<Earlier, Later>)
+            put(between, blend(e, l, factor));
+        else if constexpr (canBeWeighted<Earlier> && canBeWeighted<Later>)
+            fail(unableToSum);
+    });
+    return between;
+}
+
+Value applied(Builtin function, const Value& argument)
+{
+    const auto number = [&](const char* complaint) {
+        return calculate(function, numberOrThrow(argument, complaint)).number;
+    };
+    switch (function) {
+    case Builtin::Sqr: return number("Function argument for sqr() expected to evaluate to a number.");
+    case Builtin::Sqrt: return number("Function argument for sqrt() expected to evaluate to a number.");
+    case Builtin::Sin: return number("Function argument for sin() expected to evaluate to a number.");
+    case Builtin::Cos: return number("Function argument for cos() expected to evaluate to a number.");
+    case Builtin::Length: return length(argument.getTracePoint());
+    case Builtin::Noise: return widened(noise(argument.getVector()));
+    case Builtin::Time:
+    case Builtin::Sample:
+    case Builtin::Pi:
+    case Builtin::Pow:
+    case Builtin::Cross:
+    case Builtin::Uniform: break;
+    }
+    return Value();
+}
+
+Value applied(Builtin function, const Value& first, const Value& second, double sample)
+{
+    switch (function) {
+    case Builtin::Pow: {
+        const double b =
+            numberOrThrow(second, "Second function argument for pow() expected to evaluate to a number.");
+        const double a = numberOrThrow(first, "First function argument for pow() expected to evaluate to a number.");
+        return power(a, b);
+    }
+    case Builtin::Uniform: {
+        const double b =
+            numberOrThrow(second, "Second function argument for uniform() expected to evaluate to a number.");
+        const double a =
+            numberOrThrow(first, "First function argument for uniform() expected to evaluate to a number.");
+        return uniform(a, b, sample);
+    }
+    case Builtin::Cross: return crossProduct(first.getTracePoint(), second.getTracePoint());
+    case Builtin::Time:
+    case Builtin::Sample:
+    case Builtin::Pi:
+    case Builtin::Sqr:
+    case Builtin::Sqrt:
+    case Builtin::Sin:
+    case Builtin::Cos:
+    case Builtin::Length:
+    case Builtin::Noise: break;
+    }
+    return Value();
+}
+
+} // namespace Marl
