@@ -4,6 +4,7 @@
 #include <marl/ast/detail/operations.h>
 #include <marl/value/detail/array_hold.h>
 #include <marl/value/detail/operators.h>
+#include <marl/value/detail/truncation.h>
 #include <marl/visitor/calculation_visitor.h>
 
 #include <cstring>

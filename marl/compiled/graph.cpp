@@ -6,6 +6,7 @@
 #include <marl/value/detail/functions.h>
 #include <marl/value/detail/noise.h>
 #include <marl/value/detail/operators.h>
+#include <marl/value/detail/truncation.h>
 #include <marl/value/exceptions.h>
 
 #include <algorithm>
