@@ -1,4 +1,4 @@
-// The built-in functions, noise among them; what they come to is in tests/bits/table.txt.
+// The built-in functions; what they come to is in tests/bits/table.txt.
 #include <tests/support/shown.h>
 #include <tests/support/tree.h>
 
@@ -6,9 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include <bit>
 #include <cmath>
-#include <cstdint>
 #include <utility>
 
 namespace Marl::Tests {
@@ -48,22 +46,6 @@ TEST(Builtins, EvaluateAsManyArgumentsAsTheyTake)
     Tree().node(5)->accept(&evaluator);
     evaluator.visitBuiltinFunction(nullptr);
     EXPECT_EQ(shown(evaluator.getResult()), "5");
-}
-
-// All 256 entries of both tables are met along each axis. The number is worked out elsewhere: FNV-1a
-// over the bytes of the results.
-TEST(Noise, HasItsBits)
-{
-    std::uint32_t digest = 2166136261u;
-    for (float Vector::*axis : {&Vector::x, &Vector::y, &Vector::z})
-        for (int step = 0; step < 256; ++step) {
-            Vector point{0.25f, 0.5f, 0.5f};
-            point.*axis += static_cast<float>(step);
-            const auto bits = std::bit_cast<std::uint32_t>(CalculationVisitor().noise(point));
-            for (int shift = 0; shift < 32; shift += 8)
-                digest = (digest ^ (bits >> shift & 255u)) * 16777619u;
-        }
-    EXPECT_EQ(digest, 0x1b48a72bu);
 }
 
 } // namespace

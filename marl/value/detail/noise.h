@@ -1,14 +1,16 @@
-// Three-dimensional gradient noise on an integer lattice.
+// Three-dimensional gradient noise with quintic fade (Ken Perlin, "Improving Noise", SIGGRAPH 2002).
+//
+// The same point gives the same bits, alone or among others, in every process. Safe from several threads
+// at any time.
 #pragma once
 
 #include <marl/value/records.h>
 
 namespace Marl {
 
-// Safe from several threads at any time.
 float noise(const Vector& point);
 
-// At many points, given by their coordinates.
+// At many points; where the processor allows it, several at once.
 void noise(const float* x, const float* y, const float* z, float* results, int count);
 
 } // namespace Marl
