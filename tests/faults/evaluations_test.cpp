@@ -1,5 +1,6 @@
 // Evaluations that are stopped, by memory that runs out or by a source that fails, and repeated.
 #include <tests/faults/failing_memory.h>
+#include <tests/support/compiled.h>
 #include <tests/support/evaluations.h>
 #include <tests/support/shown.h>
 
@@ -8,10 +9,13 @@
 #include <algorithm>
 #include <climits>
 #include <exception>
+#include <optional>
 #include <string>
 
 namespace Marl::Tests {
 namespace {
+
+using Tests::resultOf; // of what is compiled, beside the one of a walk
 
 // Resolves and evaluates. Only a failure that says what is wrong with the expression comes back.
 std::exception_ptr attempt(Evaluations& scene, const Evaluation& row, CalculationVisitor& evaluator)
@@ -64,6 +68,69 @@ TEST(OutOfMemory, StopsAnEvaluationThatCanBeRepeated)
     EXPECT_GT(failing, 0);
 }
 
+// Every expression beside the time, at one time among others, in the ways in which memory may run out: while
+// compiling, in a batch, and alone. What ran out of memory is repeated, and right then.
+TEST(OutOfMemory, StopsCompiledExpressionsThatCanBeUsedAgain)
+{
+    enum class Stage { Compiling, Batch, Alone };
+    const Times times = {1, 0, 2, 1};
+    int failing = 0;
+    forEveryEvaluation([&](std::size_t i) {
+        for (const Stage stage : {Stage::Compiling, Stage::Batch, Stage::Alone})
+            failing += atEveryAllocation([&](const Shortage& shortage) {
+                Evaluations scene;
+                const Evaluation& row = scene.rows[i];
+                if (messageOf<Exception>([&] { scene.resolve(row); }) != "no failure")
+                    return Outcome::NotReached;
+                ExpressionAST* const time = scene.t.call(Builtin::Time);
+                const Expressions expressions{row.expression, scene.t.list({time, row.expression}), time};
+                const auto expectRight = [&](BatchEvaluator& evaluator) {
+                    EXPECT_EQ(resultOf(evaluator, 1, 0), row.result);
+                    evaluator.evaluate(times);
+                    EXPECT_EQ(resultOf(evaluator.column(0), 0), row.result);
+                    EXPECT_EQ(resultOf(evaluator.column(0), 3), row.result);
+                    EXPECT_EQ(resultOf(evaluator.column(2), 2), "2");
+                };
+                std::optional<CompiledExpressions> compiled;
+                std::optional<BatchEvaluator> evaluator;
+                Value alone; // or the message of its failure
+                if (stage != Stage::Compiling)
+                    compiled.emplace(expressions);
+                if (stage == Stage::Alone)
+                    evaluator.emplace(*compiled);
+                const Outcome outcome = during(shortage, [&] {
+                    if (stage == Stage::Compiling)
+                        compiled.emplace(expressions);
+                    if (stage == Stage::Batch)
+                        evaluator.emplace(*compiled).evaluate(times);
+                    if (stage == Stage::Alone)
+                        try {
+                            alone = evaluator->valueAt(1, 0);
+                        } catch (const InvalidOpException& failure) {
+                            alone = failure.message;
+                        }
+                });
+                EXPECT_TRUE(scene.areAtRest());
+                if (outcome != Outcome::Stopped && stage == Stage::Batch) {
+                    EXPECT_EQ(resultOf(evaluator->column(0), 0), row.result);
+                }
+                if (outcome != Outcome::Stopped && stage == Stage::Alone) {
+                    EXPECT_TRUE(shown(alone) == row.result
+                                || row.result == "fails: " + std::string(alone.getString()));
+                }
+                if (!compiled)
+                    compiled.emplace(expressions);
+                if (!evaluator)
+                    evaluator.emplace(*compiled);
+                expectRight(*evaluator);
+                BatchEvaluator another(*compiled);
+                expectRight(another);
+                return outcome;
+            });
+    });
+    EXPECT_GT(failing, 0);
+}
+
 TEST(Streams, ThatThrowAreAskedAgain)
 {
     int broke = 0;
@@ -87,6 +154,36 @@ TEST(Streams, ThatThrowAreAskedAgain)
             }
         }
     });
+    EXPECT_GT(broke, 0);
+}
+
+TEST(Streams, ThatThrowAreAskedAgainByWhatIsCompiled)
+{
+    int broke = 0;
+    for (const char* place : {"tell", "seek", "read", "seek back"}) {
+        Evaluations scene;
+        std::erase_if(scene.rows, [&](const Evaluation& row) {
+            return messageOf<Exception>([&] { scene.resolve(row); }) != "no failure";
+        });
+        Expressions expressions;
+        for (const Evaluation& row : scene.rows)
+            expressions.push_back(row.expression);
+        const CompiledExpressions compiled(expressions);
+        BatchEvaluator evaluator(compiled);
+        for (auto& source : scene.sources)
+            source.stream.throwsAt = place;
+        for (bool isDone = false; !isDone;) {
+            try {
+                evaluator.evaluate(Times{1, 1});
+                isDone = true;
+            } catch (const StreamBroke&) {
+                ++broke;
+            }
+            EXPECT_TRUE(scene.areAtRest());
+        }
+        for (std::size_t e = 0; e < expressions.size(); ++e)
+            EXPECT_EQ(resultOf(evaluator.column(e), 1), scene.rows[e].result) << scene.rows[e].name;
+    }
     EXPECT_GT(broke, 0);
 }
 

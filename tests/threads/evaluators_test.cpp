@@ -1,5 +1,6 @@
 // Several evaluators over one tree, all of them meeting everything for the first time at once.
 // The thread sanitizer watches these; the fake stream notices readers who cut in.
+#include <tests/support/compiled.h>
 #include <tests/support/evaluations.h>
 
 #include <marl/visitor/calculation_visitor.h>
@@ -65,6 +66,43 @@ TEST(Evaluators, SeeTheSameTreeAsOneAlone)
         EXPECT_TRUE(scene.areAtRest());
         for (const auto& [stream, isKept] : scene.sources)
             EXPECT_EQ(stream.reads(), isKept ? 1 : threads);
+    }
+}
+
+// Whatever is made, read or chosen at the first need is needed by all of them at once.
+TEST(BatchEvaluators, OfOneProgramSeeWhatOneAloneSees)
+{
+    for (int round = 0; round < 20 && !HasFailure(); ++round) {
+        Resolved scene;
+        Expressions expressions{scene.t.call(Builtin::Time)};
+        for (const Evaluation& row : scene.rows)
+            expressions.push_back(row.expression);
+        for (const Evaluation& row : scene.rows)
+            expressions.push_back(scene.t.list({scene.t.call(Builtin::Time), row.expression}));
+        const CompiledExpressions compiled(expressions);
+        onAllThreads([&](int thread) {
+            BatchEvaluator evaluator(compiled);
+            const std::size_t rows = scene.rows.size();
+            for (const std::size_t size : {1u, 40u, 300u}) {
+                const Times times(size, 1);
+                if (thread % 2 == 0)
+                    evaluator.evaluate(times);
+                for (std::size_t i = 0; i < rows; ++i) {
+                    // Each begins elsewhere, elsewhere in each round.
+                    const std::size_t e = (i + static_cast<std::size_t>(thread * 5 + round)) % rows;
+                    const std::string& expected = scene.rows[e].result;
+                    EXPECT_EQ(resultOf(evaluator, 1, e + 1), expected) << scene.rows[e].name;
+                    if (thread % 2 == 0) {
+                        EXPECT_EQ(resultOf(evaluator.column(e + 1), size - 1), expected) << scene.rows[e].name;
+                    }
+                }
+                const double own = thread + 0.5;
+                EXPECT_EQ(evaluator.valueAt(own, 0).getDouble(), own);
+            }
+            evaluator.evaluate(Times{thread + 0.5});
+            EXPECT_EQ(evaluator.column(0).numbers()[0], thread + 0.5);
+        });
+        EXPECT_TRUE(scene.areAtRest());
     }
 }
 

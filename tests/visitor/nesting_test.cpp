@@ -1,13 +1,12 @@
 // Deep trees: they evaluate on a stack of 8 MiB or fail with a message, and are freed all the same.
 #include <tests/support/shown.h>
 #include <tests/support/tree.h>
+#include <tests/support/wrappings.h>
 
 #include <marl/visitor/calculation_visitor.h>
 #include <marl/visitor/decoration_visitor.h>
 
 #include <gtest/gtest.h>
-
-#include <functional>
 
 namespace Marl::Tests {
 namespace {
@@ -15,53 +14,12 @@ namespace {
 constexpr int deepest = 10'000;
 constexpr const char* tooDeep = "Expression is nested too deeply.";
 
-using Inner = ExpressionAST*;
-
-// One more level around a node, in every way that one node can lie in another.
-struct Wrapping {
-    const char* name;
-    std::function<ExpressionAST*(Tree&, Inner)> around;
-};
-
-// clang-format off
-const Wrapping wrappings[] = {
-    {"left operand", [](Tree& t, Inner inner) { return t.product(inner, 1); }},
-    {"right operand", [](Tree& t, Inner inner) { return t.product(1, inner); }},
-    {"negated", [](Tree& t, Inner inner) { return t.negated(inner); }},
-    {"list item", [](Tree& t, Inner inner) { return t.list({inner}); }},
-    {"vector component", [](Tree& t, Inner inner) { return t.vec(1, inner, 1); }},
-    {"column", [](Tree& t, Inner inner) { return t.mat(1, 1, inner); }},
-    {"offset", [](Tree& t, Inner inner) { return t.xform(1, inner); }},
-    {"only value", [](Tree& t, Inner inner) { return t.keys({{0, inner}}); }},
-    {"earlier value", [](Tree& t, Inner inner) { return t.keys({{-1, inner}, {1, 1}}); }},
-    {"later value", [](Tree& t, Inner inner) { return t.keys({{-1, 1}, {1, inner}}); }},
-    {"time", [](Tree& t, Inner inner) { return t.keys({{inner, 1}}); }},
-    {"argument", [](Tree& t, Inner inner) { return t.call(Builtin::Sqr, {inner}); }},
-    {"second argument", [](Tree& t, Inner inner) { return t.call(Builtin::Pow, {1, inner}); }},
-    {"index", [](Tree& t, Inner inner) { return t.element(listOf({0, 0}), {inner}); }},
-    {"target", [](Tree& t, Inner inner) { return t.element(inner, {}); }},
-};
-// The pass walks the list as well, and does not follow references.
-const Wrapping wrappingsOfTheEvaluator[] = {
-    {"element", [](Tree& t, Inner inner) { return t.element(t.list({inner}), {0}); }},
-    {"reference", [](Tree& t, Inner inner) { return t.reference(t.property(inner)); }},
-};
-// clang-format on
-
-// The innermost node is a host's, so that nothing about it is known beforehand.
-ExpressionAST* nested(Tree& t, const Wrapping& wrapping, int levels)
-{
-    ExpressionAST* node = t.traced('x', 1);
-    for (int i = 0; i < levels; ++i)
-        node = wrapping.around(t, node);
-    return node;
-}
-
 template <typename AnyVisitor>
 void expectTakesUpToTheLimit(const Wrapping& wrapping)
 {
     Tree t;
-    ExpressionAST* node = nested(t, wrapping, deepest);
+    // A host's node, of which nothing is known beforehand.
+    ExpressionAST* node = nested(t, wrapping, deepest, t.traced('x', 1));
     AnyVisitor visitor;
     EXPECT_EQ(messageOf([&] { node->accept(&visitor); }), "no failure") << wrapping.name;
     EXPECT_EQ(t.trail, "x") << wrapping.name;
