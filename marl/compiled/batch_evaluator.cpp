@@ -84,6 +84,7 @@ Value BatchEvaluator::Machine::valueAt(double time, std::size_t index)
     beginBatch();
     beginBlock(&oneTime, 1);
     typed.columns = oneTimePlaces.data();
+    genericTime = 0;
     Result result;
     if (isWalked(root)) {
         result = walked(root.expression);

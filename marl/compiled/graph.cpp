@@ -115,7 +115,9 @@ NodeIndex Graph::read(ExpressionAST* root)
                 open.push_back({child, 0});
             else
                 hasCircle |= nodes[child].isOpen;
-        } else if (!addElements(node)) {
+        } else if (addElements(node)) {
+            open.back().nextChild = nodes[node].task == NodeTask::PassOn ? 0 : nodes[node].keyCount;
+        } else {
             close(node);
             open.pop_back();
         }
@@ -392,7 +394,10 @@ void Graph::close(NodeIndex node)
     nodes[node].height = heightOf(nodes[node]);
     for (const NodeIndex below : childrenOf(node))
         nodes[node].varies |= nodes[below].varies || nodes[below].isOpen;
-    nodes[node].varies |= nodes[node].task == NodeTask::Keys;
+    if (nodes[node].task == NodeTask::Keys) {
+        const std::uint32_t times = nodes[node].childCount - nodes[node].keyCount;
+        nodes[node].varies |= times != 1; // none where they are known, and then there are several
+    }
     type(node);
     nodes[node].isOpen = false;
 }

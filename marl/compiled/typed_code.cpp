@@ -212,7 +212,9 @@ void Compiler::giveBack(Place place)
 
 void Compiler::push(NodeIndex node, Destination to)
 {
-    frames.push_back({graph.resolved(node), to});
+    Frame& frame = frames.emplace_back();
+    frame.node = graph.resolved(node);
+    frame.to = to;
 }
 
 void Compiler::compute(NodeIndex node, Destination to)

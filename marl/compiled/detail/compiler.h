@@ -20,7 +20,7 @@ private:
     // What a typed node's computation leaves behind, and where.
     struct Destination {
         enum class Where : unsigned char { Accumulator, Fresh, Place, PlaceOfSingles };
-        Where where;
+        Where where = Where::Accumulator;
         Form form = Form::Number;
         std::uint32_t place = 0;
     };
@@ -33,7 +33,7 @@ private:
 
     // A node whose operands are being computed.
     struct Frame {
-        NodeIndex node;
+        NodeIndex node = 0;
         Destination to;
         unsigned stage = 0;
         Place operands[2];
