@@ -44,6 +44,20 @@ Outcome outcomeOf(CalculationVisitor& evaluator, ExpressionAST* root)
     return {std::move(failure), evaluator.getResult()};
 }
 
+Outcome outcomeOf(const Column& column, std::size_t i)
+{
+    Value value;
+    std::string failure = failureOf([&] { value = column.valueAt(i); });
+    return {std::move(failure), value};
+}
+
+Outcome outcomeOf(BatchEvaluator& evaluator, double time, std::size_t expression)
+{
+    Value value;
+    std::string failure = failureOf([&] { value = evaluator.valueAt(time, expression); });
+    return {std::move(failure), value};
+}
+
 void expectSame(const char* evaluator, const Outcome& outcome, const Outcome& expected)
 {
     if (outcome.failure == expected.failure && sameBits(outcome.top, expected.top))

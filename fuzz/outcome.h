@@ -17,6 +17,10 @@ struct Outcome {
 Outcome outcomeOf(ReferenceWalk& walk, ExpressionAST* root); // throws ReferenceWalk::TooMuchWork
 Outcome outcomeOf(CalculationVisitor& evaluator, ExpressionAST* root);
 
+// Of what is compiled, which leaves nothing where it fails.
+Outcome outcomeOf(const Column& column, std::size_t i);
+Outcome outcomeOf(BatchEvaluator& evaluator, double time, std::size_t expression);
+
 // Ends the process where they differ in failure, kind or bits, and says so.
 void expectSame(const char* evaluator, const Outcome& outcome, const Outcome& expected);
 

@@ -16,12 +16,20 @@ class HandingOnAST final : public ExpressionAST {
 public:
     void accept(Visitor* visitor) override
     {
-        if (!inner)
+        ++*met;
+        if (inner)
+            inner->accept(visitor);
+        else if (fails)
             throw InvalidOpException("Nothing to hand on to.");
-        inner->accept(visitor);
     }
-    ExpressionAST* getElement(int index) override { return index == 0 ? inner : nullptr; }
+    ExpressionAST* getElement(int index) override
+    {
+        ++*met;
+        return index == 0 ? inner : nullptr;
+    }
 
+    int* met = nullptr;
+    bool fails = true; // without an inner node, else it leaves no value then
     ExpressionAST* inner = nullptr;
 };
 
@@ -63,6 +71,7 @@ const std::string source = joined();
 
 void TextStream::read(char* buffer, int size, int*)
 {
+    ++reads;
     const auto begin = static_cast<std::size_t>(std::clamp<std::int64_t>(position, 0, std::ssize(source)));
     const std::size_t got = source.copy(buffer, static_cast<std::size_t>(std::max(size, 0)), begin);
     position += static_cast<std::int64_t>(got);
@@ -71,17 +80,54 @@ void TextStream::read(char* buffer, int size, int*)
 RandomTree::RandomTree(std::span<const std::uint8_t> given, Host::RunningScene& running)
     : bytes(given.data(), given.size()), parser(running)
 {
+    constexpr std::size_t batchSizes[] = {1,  2,  3,   15,  16,  17,  31,  32,  33, 63,
+                                          64, 65, 127, 128, 129, 255, 256, 257, 600};
+    constexpr std::size_t runs[] = {1, 1, 2, 7, 16, 40, 130};
     const int flags = below(16);
-    holdsKeys = flags == 1;
+    holdsKeys = flags == 1 || flags == 6;
     isSorted = flags % 2 == 0;
-    depthLimit = flags < 4 ? below(16) : 200;
-    for (double& time : times)
-        time = number();
+    depthLimit = flags < 4 ? below(24) : 200;
+    pattern.size = bytes.PickValueInArray(batchSizes);
+    pattern.run = bytes.PickValueInArray(runs);
+    pattern.step = bytes.ConsumeIntegral<std::uint8_t>();
+    pattern.first = bytes.ConsumeIntegral<std::uint8_t>();
+    for (int i = 2 + below(4); i > 0; --i)
+        times.push_back(number());
     ObjectAST* object = program.addObject("o");
-    for (int i = 1 + below(4); i > 0; --i)
+    for (int i = 1 + below(8); i > 0; --i)
         properties.push_back(object->addProperty("p", nullptr));
     for (PropertyAST* property : properties)
         property->expression = node(anyKind());
+
+    for (const PropertyAST* property : properties)
+        roots.push_back(property->expression);
+    for (std::size_t i = 0; i < made.size(); i += 1 + made.size() / 8)
+        roots.push_back(made[i]);
+    noteTimes();
+}
+
+// Where keys begin and end, and between them.
+void RandomTree::noteTimes()
+{
+    constexpr std::size_t mostTimes = 12;
+    double previous = 0;
+    for (const InterpolateExpressionAST* keys : interpolations)
+        for (const InterpolateKey* key = keys->firstKey; key; key = key->next) {
+            const auto* at = dynamic_cast<const NumberExpressionAST*>(key->time);
+            if (!at || times.size() >= mostTimes)
+                continue;
+            times.push_back(at->number);
+            times.push_back((at->number + previous) / 2);
+            previous = at->number;
+        }
+}
+
+std::vector<double> RandomTree::batch() const
+{
+    std::vector<double> taken;
+    for (std::size_t i = 0; i < pattern.size; ++i)
+        taken.push_back(times[(i / pattern.run * pattern.step + pattern.first) % times.size()]);
+    return taken;
 }
 
 void RandomTree::changeOperators()
@@ -180,7 +226,12 @@ ExpressionAST* RandomTree::nodeOf(ValueType kind)
     case 6: return reference();
     }
     switch (kind) {
-    case ValueType::Double:     return below(8) == 1 ? builtin() : constant();
+    case ValueType::Double:
+        switch (below(8)) {
+        case 1: return builtin();
+        case 2: case 3: return time();
+        }
+        return constant();
     case ValueType::List:       return list();
     case ValueType::Vector:     return vector(3);
     case ValueType::Matrix:     return matrix();
@@ -200,6 +251,27 @@ ExpressionAST* RandomTree::constant()
 {
     auto* node = make<NumberExpressionAST>();
     node->number = number();
+    return node;
+}
+
+ExpressionAST* RandomTree::time()
+{
+    auto* node = make<BuiltinFunctionAST>();
+    node->functionId = static_cast<int>(Builtin::Time);
+    return node;
+}
+
+// Mostly one that lists have.
+ExpressionAST* RandomTree::index()
+{
+    switch (below(8)) {
+    case 1:
+    case 2: return time();
+    case 3:
+    case 4: return node(ValueType::Double);
+    }
+    auto* node = make<NumberExpressionAST>();
+    node->number = below(4);
     return node;
 }
 
@@ -251,7 +323,7 @@ ExpressionAST* RandomTree::element()
     auto* node = make<ArrayExpressionAST>();
     node->target = below(4) == 1 ? reference() : this->node(anyKind());
     for (int indices = below(4); indices > 0; --indices)
-        node->indices.push_back(this->node(ValueType::Double));
+        node->indices.push_back(index());
     return node;
 }
 
@@ -317,6 +389,8 @@ ExpressionAST* RandomTree::identifier()
 ExpressionAST* RandomTree::handedOn()
 {
     auto* node = make<HandingOnAST>();
+    node->met = &hostsMet;
+    node->fails = below(2) == 0;
     // Nodes of this kind alone are no visit, so no limit would end a circle of them.
     ExpressionAST* inner = this->node();
     if (!dynamic_cast<HandingOnAST*>(inner))

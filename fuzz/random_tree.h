@@ -20,6 +20,8 @@ public:
     void seek(std::int64_t to) override { position = to; }
     void read(char* buffer, int size, int* status) override;
 
+    int reads = 0;
+
 private:
     std::int64_t position = 0;
 };
@@ -32,20 +34,32 @@ public:
     RandomTree(std::span<const std::uint8_t> bytes, Host::RunningScene& running);
 
     // How to evaluate it.
-    double times[2];
+    std::vector<double> times; // two at least, times of keys among them
     bool holdsKeys;
     int depthLimit;
     bool isSorted; // whether the keys are to be sorted first
 
+    // Some of these times in some order.
+    std::vector<double> batch() const;
+
     ProgramAST program;
     std::vector<PropertyAST*> properties; // some may have no expression
+    std::vector<ExpressionAST*> roots;    // the properties' expressions, and some nodes below them
     std::vector<InterpolateExpressionAST*> interpolations;
     std::vector<const int*> shareCounts; // of the data lists that are read already
+
+    TextStream stream;
+    int hostsMet = 0; // how often a host's node was visited or asked for an element
 
     // Operators exchange a field each with the next one, so that some change nothing else.
     void changeOperators();
 
 private:
+    // How a batch takes from the times: every one this often in a row, then one so many places on.
+    struct Pattern {
+        std::size_t size, run, step, first;
+    } pattern;
+
     std::vector<BinaryExpressionAST*> operators;
 
     int below(int end) { return bytes.ConsumeIntegralInRange(0, end - 1); }
@@ -62,7 +76,10 @@ private:
     ExpressionAST* anyNode();
     template <typename Node>
     Node* make();
+    void noteTimes();
     ExpressionAST* constant();
+    ExpressionAST* time();
+    ExpressionAST* index();
     ExpressionAST* binary(ValueType kind);
     ExpressionAST* builtin();
     ExpressionAST* list();
@@ -87,7 +104,6 @@ private:
     FuzzedDataProvider bytes;
     Parser& parser;
     SourceOwner owner;
-    TextStream stream;
     std::vector<ExpressionAST*> made;
     int levels = 0;
 };

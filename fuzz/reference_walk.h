@@ -20,6 +20,7 @@ public:
     bool holdsKeys = false;
     int depthLimit = 10'000;
     int visitLimit = 10'000; // of one evaluation
+    int visits() const { return visitLimit - visitsLeft; } // of the last one
 
     // The result lies on the stack, or what a failure left there. Throws InvalidOpException
     // and TooMuchWork.

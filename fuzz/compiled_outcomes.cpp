@@ -1,0 +1,160 @@
+#include <fuzz/compiled_outcomes.h>
+
+#include <fuzz/outcome.h>
+#include <fuzz/reference_walk.h>
+#include <fuzz/same_bits.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <span>
+#include <string_view>
+
+namespace Marl::Fuzz {
+
+namespace {
+
+constexpr int mostVisits = 100'000; // of all walks of a tree, and so many again in its batch
+
+struct Expected {
+    Outcome outcome;
+    bool metHost = false;
+};
+
+// Of one expression at all times of its tree.
+using Row = std::vector<Expected>;
+
+Expected expectedOf(const RandomTree& tree, ExpressionAST* root, double time, int& visitsLeft)
+{
+    if (!root)
+        return {{"Expression is incomplete.", Value()}};
+    ReferenceWalk walk;
+    walk.time = time;
+    walk.holdsKeys = tree.holdsKeys;
+    walk.depthLimit = tree.depthLimit;
+    walk.visitLimit = visitsLeft;
+    const int before = tree.hostsMet;
+    Outcome outcome = outcomeOf(walk, root);
+    visitsLeft -= walk.visits();
+    if (!outcome.failure.empty())
+        outcome.top = Value();
+    return {std::move(outcome), tree.hostsMet != before};
+}
+
+// The levels and references around a host's node do not count in what it leads to.
+bool isOfSurroundings(const Outcome& outcome)
+{
+    return outcome.failure == "Expression is nested too deeply."
+        || outcome.failure == "Property references form a cycle.";
+}
+
+void expectAsWalked(const char* how, const Outcome& outcome, const Expected& expected)
+{
+    if (expected.metHost && (isOfSurroundings(outcome) || isOfSurroundings(expected.outcome)))
+        return;
+    expectSame(how, outcome, expected.outcome);
+}
+
+void expect(bool isSo, const char* what)
+{
+    if (isSo)
+        return;
+    std::fprintf(stderr, "not so: %s\n", what);
+    std::abort();
+}
+
+void expectTyped(const Column& column, const auto& typed, ValueType kind)
+{
+    expect(typed.size() == (column.kind() == kind ? column.size() : 0), "a typed column has all values or none");
+    for (std::size_t i = 0; i < typed.size(); ++i)
+        expect(sameBits(Value(typed[i]), column.valueAt(i)), "a typed column has the values");
+}
+
+void expectKind(const Column& column)
+{
+    bool isOfOneKind = column.size() > 0;
+    for (std::size_t i = 0; i < column.size() && isOfOneKind; ++i)
+        isOfOneKind = !column.failed(i) && column.valueAt(i).getValueType() == column.valueAt(0).getValueType();
+    // Undefined may be a value, or that there is none.
+    if (!isOfOneKind || column.valueAt(0).getValueType() != 0)
+        expect(column.kind().has_value() == isOfOneKind, "a column has a kind where all values have it");
+    if (column.kind())
+        expect(static_cast<int>(*column.kind()) == column.valueAt(0).getValueType(),
+               "the kind is that of the values");
+    expectTyped(column, column.numbers(), ValueType::Double);
+    expectTyped(column, column.vectors(), ValueType::Vector);
+    expectTyped(column, column.colors(), ValueType::Color);
+    expectTyped(column, column.acolors(), ValueType::AColor);
+    expectTyped(column, column.matrices(), ValueType::Matrix);
+    expectTyped(column, column.transforms(), ValueType::Transform);
+}
+
+// Where each of a batch's times stands among the tree's.
+std::vector<std::size_t> placesOf(std::span<const double> batch, std::span<const double> times)
+{
+    std::vector<std::size_t> places;
+    for (const double time : batch) {
+        const auto isSame = [time](double other) { return sameBits(time, other); };
+        places.push_back(static_cast<std::size_t>(std::ranges::find_if(times, isSame) - times.begin()));
+    }
+    return places;
+}
+
+} // namespace
+
+void expectCompiledSame(const RandomTree& plain, const RandomTree& tree)
+{
+    int visitsLeft = mostVisits;
+    std::vector<Row> expected;
+    for (ExpressionAST* root : plain.roots)
+        for (Row& row = expected.emplace_back(); row.size() < plain.times.size();)
+            row.push_back(expectedOf(plain, root, plain.times[row.size()], visitsLeft));
+
+    const int hostsMet = tree.hostsMet, reads = tree.stream.reads;
+    const CompiledExpressions compiled(tree.roots);
+    expect(compiled.size() == tree.roots.size(), "there are as many compiled expressions");
+    expect(tree.hostsMet == hostsMet && tree.stream.reads == reads, "compiling asks neither host nor source");
+    BatchEvaluator evaluator(compiled);
+    evaluator.setDontInterpolate(tree.holdsKeys ? 1 : 0);
+    evaluator.setDepthLimit(tree.depthLimit);
+
+    const auto expectColumns = [&](std::span<const double> batch) {
+        evaluator.evaluate(batch);
+        const std::vector<std::size_t> places = placesOf(batch, tree.times);
+        for (std::size_t e = 0; e < expected.size(); ++e) {
+            const Column& column = evaluator.column(e);
+            expect(column.size() == batch.size(), "a column is as long as its batch");
+            for (std::size_t i = 0; i < batch.size(); ++i) {
+                const Outcome outcome = outcomeOf(column, i);
+                expect(column.failed(i) == !outcome.failure.empty(), "a column says what failed");
+                expectAsWalked("compiled, in a batch", outcome, expected[e][places[i]]);
+            }
+            expectKind(column);
+            const auto isSame = [&](const Expected& other) {
+                return other.outcome.failure == expected[e][0].outcome.failure
+                    && sameBits(other.outcome.top, expected[e][0].outcome.top);
+            };
+            expect(compiled.variesWithTime(e) || std::ranges::all_of(expected[e], isSame),
+                   "what does not vary is the same at all times");
+        }
+    };
+    const auto expectValues = [&] {
+        for (std::size_t e = 0; e < expected.size(); ++e)
+            for (std::size_t i = 0; i < tree.times.size(); ++i)
+                expectAsWalked("compiled, alone", outcomeOf(evaluator, tree.times[i], e), expected[e][i]);
+    };
+
+    const std::size_t affordable =
+        mostVisits / (static_cast<std::size_t>(mostVisits - visitsLeft) / tree.times.size() + 1) + 1;
+    std::vector<double> batch = tree.batch();
+    batch.resize(std::min(batch.size(), affordable));
+    expectColumns(batch);
+    expectValues();
+    for (std::size_t e = 0; e < expected.size(); ++e) // the column is as it was
+        expectAsWalked("compiled, after others", outcomeOf(evaluator.column(e), batch.size() - 1),
+                       expected[e][placesOf(std::span(batch).last(1), tree.times)[0]]);
+    expectColumns(tree.times);
+    expectColumns({});
+}
+
+} // namespace Marl::Fuzz

@@ -1,0 +1,12 @@
+// Compiles the expressions of a tree together and evaluates them beside the plain walk.
+#pragma once
+
+#include <fuzz/random_tree.h>
+
+namespace Marl::Fuzz {
+
+// The trees are the same, each evaluated in one of the ways. Ends the process where the outcomes differ,
+// and says so. Throws ReferenceWalk::TooMuchWork when the plain walk would take too long.
+void expectCompiledSame(const RandomTree& plain, const RandomTree& compiled);
+
+} // namespace Marl::Fuzz
