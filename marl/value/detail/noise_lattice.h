@@ -38,7 +38,7 @@ inline unsigned planes(int cell)
 // points cannot be foreseen.
 inline double upward(double x)
 {
-    constexpr double step[] = {0.999999999, 0.0};
+    static constexpr double step[] = {0.999999999, 0.0};
     return step[x >= 0.0 ? 1 : 0];
 }
 
