@@ -2,7 +2,6 @@
 
 #include <host/analysis/children.h>
 #include <host/analysis/data_check.h>
-#include <host/analysis/visit_count.h>
 #include <host/output/value_text.h>
 #include <host/scene/names.h>
 
@@ -11,8 +10,6 @@
 namespace Marl::Host {
 
 namespace {
-
-constexpr std::uint64_t manyVisits = 1'000'000;
 
 std::string placeText(Scene& scene, const void* thing)
 {
@@ -45,18 +42,6 @@ void warnOfDoubledKeys(Scene& scene, const SceneProperty& property, std::vector<
     });
 }
 
-void warnOfEndlessWork(Scene& scene, const SceneProperty& property, VisitCounter& counter,
-                       std::vector<Diagnostic>& warnings)
-{
-    const std::uint64_t visits = counter.visitsOf(property.property);
-    if (visits > manyVisits)
-        warnings.push_back(
-            {Severity::Warning, scene.placeOf(property.property),
-             fmt::format("evaluating {} visits {} nodes, because references are evaluated afresh each time",
-                         property.name(),
-                         visits < VisitCounter::countless ? fmt::format("up to {}", visits) : "more than 10^18")});
-}
-
 } // namespace
 
 std::vector<Diagnostic> mistakesOf(const Scene& scene, const Resolution& resolution)
@@ -71,11 +56,9 @@ std::vector<Diagnostic> checkScene(Scene& scene)
 {
     std::vector<Diagnostic> all = mistakesOf(scene, resolve(scene));
     checkData(scene, all);
-    VisitCounter counter;
     for (const SceneProperty& property : scene.properties) {
         warnOfDoubledName(scene, property, all);
         warnOfDoubledKeys(scene, property, all);
-        warnOfEndlessWork(scene, property, counter, all);
     }
     sortByPlace(all);
     return all;

@@ -11,9 +11,8 @@ namespace Marl::Host {
 // references. In the order of the file.
 std::vector<Diagnostic> mistakesOf(const Scene& scene, const Resolution& resolution);
 
-// These, data that cannot be read, and warnings: properties of one name in an object, keys at one
-// time, and properties whose evaluation is endless because references multiply. In the order of the
-// file. Throws FileError.
+// These, data that cannot be read, and warnings: properties of one name in an object, and keys at one
+// time. In the order of the file. Throws FileError.
 std::vector<Diagnostic> checkScene(Scene& scene);
 
 } // namespace Marl::Host

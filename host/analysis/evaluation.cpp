@@ -9,6 +9,13 @@
 
 namespace Marl::Host {
 
+void TracingEvaluator::enter(ExpressionAST* node)
+{
+    if (visits++ == mostVisits)
+        throw TooManyVisits();
+    way.push_back({node, {}});
+}
+
 void TracingEvaluator::leave()
 {
     const Value result = getResult();
@@ -67,16 +74,19 @@ Value evaluate(const SceneProperty& property, const Moment& moment)
 Failure findFailure(Scene& scene, const SceneProperty& property, const Moment& moment, const Exception& thrown)
 {
     TracingEvaluator tracer;
+    std::string remark;
     try {
         evaluateWith(tracer, property, moment);
     } catch (const Exception&) { // the failure that is looked for
+    } catch (const TooManyVisits&) {
+        tracer.way.clear();
+        remark = "Where in it is not known, because it visits too many nodes. ";
     }
 
     Failure failure{{Severity::Error, scene.placeOf(property.property), thrown.what()}, nullptr, property.property};
-    std::string kinds;
     if (!tracer.way.empty()) {
         failure.innermost = tracer.way.back().node;
-        kinds = kindsThatMet(tracer.way.back());
+        remark = kindsThatMet(tracer.way.back());
     }
     for (const auto& step : tracer.way) {
         if (const auto place = scene.places.find(step.node))
@@ -87,7 +97,7 @@ Failure findFailure(Scene& scene, const SceneProperty& property, const Moment& m
     }
     if (const auto byte = unreadableByte(thrown.what()))
         failure.diagnostic.place = {*byte, *byte};
-    failure.diagnostic.hint = fmt::format("{}({} at time {})", kinds, property.name(), numberText(moment.time));
+    failure.diagnostic.hint = fmt::format("{}({} at time {})", remark, property.name(), numberText(moment.time));
     return failure;
 }
 

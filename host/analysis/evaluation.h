@@ -21,7 +21,8 @@ struct Failure {
     const PropertyAST* in = nullptr; // the property whose expression holds it
 };
 
-// Evaluates once more to find the innermost sub-expression that fails.
+// Walks once more to find the innermost sub-expression that fails; where that would take too long, the
+// property stands for it.
 Failure findFailure(Scene& scene, const SceneProperty& property, const Moment& moment, const Exception& thrown);
 
 } // namespace Marl::Host

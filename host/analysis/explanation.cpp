@@ -22,9 +22,9 @@ bool isPlainNumber(ExpressionAST* node)
 
 class Explainer {
 public:
-    explicit Explainer(const Scene& given) : scene(given) {}
+    Explainer(const Scene& given, const Moment& when) : scene(given), moment(when) {}
 
-    void run(ExpressionAST* expression, const Moment& moment)
+    void run(ExpressionAST* expression)
     {
         tracer.setTimeParam(moment.time);
         tracer.setDontInterpolate(moment.holdsKeys ? 1 : 0);
@@ -35,6 +35,8 @@ public:
             expression->accept(&tracer);
         } catch (const Exception& thrown) {
             message = thrown.what();
+        } catch (const TooManyVisits&) {
+            goOnWithoutWalk(expression);
         }
         add({expression, scene.places.find(expression)}, 0, tracer.way.empty() ? nullptr : &tracer.way.front());
     }
@@ -47,6 +49,19 @@ private:
         ExpressionAST* node;
         std::optional<Span> place;
     };
+
+    // What fails is then the whole.
+    void goOnWithoutWalk(ExpressionAST* expression)
+    {
+        hasGivenUp = true;
+        try {
+            values.insert_or_assign(expression, computed(expression));
+            tracer.way.clear();
+        } catch (const Exception& thrown) {
+            message = thrown.what();
+            tracer.way.resize(1);
+        }
+    }
 
     // The step is that of the part on the way to the failure, or null for one beside it.
     void add(const Part& part, int level, const Step* step)
@@ -128,24 +143,41 @@ private:
 
     void addRemark(int level, std::string text) { parts.push_back({level, {}, {}, std::move(text)}); }
 
-    std::optional<Value> valueOf(const ExpressionAST* node) const
+    std::optional<Value> valueOf(ExpressionAST* node) const
     {
         const auto found = values.find(node);
-        return found == values.end() ? std::nullopt : std::optional(found->second);
+        if (found != values.end())
+            return found->second;
+        try {
+            return hasGivenUp ? std::optional(computed(node)) : std::nullopt;
+        } catch (const Exception&) {
+            return std::nullopt;
+        }
+    }
+
+    // What the walk did not come to.
+    Value computed(ExpressionAST* node) const
+    {
+        const CompiledExpressions compiled({&node, 1});
+        BatchEvaluator evaluator(compiled);
+        evaluator.setDontInterpolate(moment.holdsKeys ? 1 : 0);
+        return evaluator.valueAt(moment.time, 0);
     }
 
     const Scene& scene;
+    const Moment moment;
     TracingEvaluator tracer;
     std::unordered_map<const ExpressionAST*, Value> values;
     std::string message;
+    bool hasGivenUp = false; // before all was evaluated
 };
 
 } // namespace
 
 std::vector<ExplainedPart> explain(const Scene& scene, const SceneProperty& property, const Moment& moment)
 {
-    Explainer explainer(scene);
-    explainer.run(property.property->expression, moment);
+    Explainer explainer(scene, moment);
+    explainer.run(property.property->expression);
     return std::move(explainer.parts);
 }
 

@@ -3,10 +3,14 @@
 
 #include <marl/marl.h>
 
+#include <cstdint>
 #include <functional>
 #include <vector>
 
 namespace Marl::Host {
+
+// References are walked anew each time, so a small scene can make more visits than anyone waits for.
+struct TooManyVisits {};
 
 // Keeps the nodes that are being evaluated, the innermost last. They stay when an evaluation fails,
 // so that the last one is where it failed.
@@ -16,6 +20,8 @@ public:
         ExpressionAST* node;
         std::vector<int> kinds; // of the values that the nodes below it gave so far
     };
+
+    static constexpr std::int64_t mostVisits = 10'000'000; // behind them it throws TooManyVisits
 
     std::vector<Step> way;
 
@@ -48,8 +54,10 @@ public:
     // clang-format on
 
 private:
-    void enter(ExpressionAST* node) { way.push_back({node, {}}); }
+    void enter(ExpressionAST* node);
     void leave();
+
+    std::int64_t visits = 0;
 };
 
 } // namespace Marl::Host

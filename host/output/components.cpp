@@ -22,9 +22,26 @@ constexpr Component ofTransform[] = {
     {".offset.x", false},  {".offset.y", false},  {".offset.z", false}};
 // clang-format on
 
+void append(double number, std::vector<double>& numbers)
+{
+    numbers.push_back(number);
+}
+
 void append(const TracePoint& p, std::vector<double>& numbers)
 {
     numbers.insert(numbers.end(), {p.x, p.y, p.z});
+}
+
+void append(const Color& c, std::vector<double>& numbers)
+{
+    for (const float component : {c.r, c.g, c.b})
+        numbers.push_back(static_cast<double>(component));
+}
+
+void append(const AColor& c, std::vector<double>& numbers)
+{
+    for (const float component : {c.r, c.g, c.b, c.alpha})
+        numbers.push_back(static_cast<double>(component));
 }
 
 void append(const Matrix& matrix, std::vector<double>& numbers)
@@ -32,6 +49,12 @@ void append(const Matrix& matrix, std::vector<double>& numbers)
     for (const Vector& column : matrix.columns)
         for (const float component : {column.x, column.y, column.z})
             numbers.push_back(static_cast<double>(component));
+}
+
+void append(const TraceTransform& transform, std::vector<double>& numbers)
+{
+    append(transform.matrix, numbers);
+    append(transform.offset, numbers);
 }
 
 } // namespace
@@ -52,29 +75,29 @@ std::span<const Component> componentsOf(int kind)
 void appendNumbers(const Value& value, std::vector<double>& numbers)
 {
     switch (ValueType(value.getValueType())) {
-    case ValueType::Double: numbers.push_back(value.getDouble()); break;
+    case ValueType::Double: append(value.getDouble(), numbers); break;
     case ValueType::Vector: append(value.getTracePoint(), numbers); break;
-    case ValueType::Color: {
-        const Color c = value.getColor();
-        for (const float component : {c.r, c.g, c.b})
-            numbers.push_back(static_cast<double>(component));
-        break;
-    }
-    case ValueType::AColor: {
-        const AColor c = value.getAColor();
-        for (const float component : {c.r, c.g, c.b, c.alpha})
-            numbers.push_back(static_cast<double>(component));
-        break;
-    }
+    case ValueType::Color: append(value.getColor(), numbers); break;
+    case ValueType::AColor: append(value.getAColor(), numbers); break;
     case ValueType::Matrix: append(value.getMatrix(), numbers); break;
-    case ValueType::Transform: {
-        const TraceTransform transform = value.getTransform();
-        append(transform.matrix, numbers);
-        append(transform.offset, numbers);
-        break;
-    }
+    case ValueType::Transform: append(value.getTransform(), numbers); break;
     default: break;
     }
+}
+
+// Of a column of one kind all other spans are empty.
+void appendNumbers(const Column& column, std::vector<double>& numbers)
+{
+    const auto appendAll = [&](const auto& records) {
+        for (const auto& record : records)
+            append(record, numbers);
+    };
+    appendAll(column.numbers());
+    appendAll(column.vectors());
+    appendAll(column.colors());
+    appendAll(column.acolors());
+    appendAll(column.matrices());
+    appendAll(column.transforms());
 }
 
 std::vector<std::string> componentTexts(int kind, std::span<const double> numbers)

@@ -19,8 +19,9 @@ struct Component {
 // The columns of a matrix are .0, .1 and .2, the parts of a transform .matrix and .offset.
 std::span<const Component> componentsOf(int kind);
 
-// The components of the value, appended.
+// The components of the value, or of all values of a column of one kind, appended.
 void appendNumbers(const Value& value, std::vector<double>& numbers);
+void appendNumbers(const Column& column, std::vector<double>& numbers);
 
 // The components' shortest texts that give them back.
 std::vector<std::string> componentTexts(int kind, std::span<const double> numbers);

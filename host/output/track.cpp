@@ -23,6 +23,18 @@ void Track::addMissing()
     samples.push_back({missing, 0, 0});
 }
 
+bool Track::addRecords(const Column& column)
+{
+    const int kind = column.kind() ? static_cast<int>(*column.kind()) : missing;
+    const std::size_t count = componentsOf(kind).size();
+    if (count == 0)
+        return false;
+    for (std::size_t i = 0; i < column.size(); ++i)
+        samples.push_back({kind, static_cast<std::uint32_t>(count), numbers.size() + i * count});
+    appendNumbers(column, numbers);
+    return true;
+}
+
 void Track::append(const Track& other, std::size_t index)
 {
     Sample sample = other.samples[index];

@@ -30,6 +30,8 @@ public:
     // Throws what the text function throws, and then nothing was added.
     void add(const Value& value);
     void addMissing();
+    // All values of a column of records of one kind; of another nothing, and then it says no.
+    bool addRecords(const Column& column);
     // The other's value at the index, or that it is missing.
     void append(const Track& other, std::size_t index);
 

@@ -1,8 +1,5 @@
-// What the host makes of a scene's text: places, data left in the file, and the work of an evaluation.
+// What the host makes of a scene's text.
 #include <tests/host/scratch.h>
-
-#include <host/analysis/resolution.h>
-#include <host/analysis/visit_count.h>
 
 #include <gtest/gtest.h>
 
@@ -31,33 +28,6 @@ TEST(Scenes, NoteWhereThingsStand)
     EXPECT_EQ(textOfThing(keys->firstKey), "0: [1][0]");
     EXPECT_EQ(textOfThing(keys->firstKey->value), "[1][0]");
     EXPECT_EQ(textOfThing(expressionOf("q")), "vec[ 1 2 3 ]");
-}
-
-TEST(Scenes, TellHowManyNodesAnEvaluationVisits)
-{
-    const struct {
-        const char* expression;
-        std::uint64_t visits;
-    } rows[] = {
-        {"1", 1},
-        {"1 + 2", 3},
-        {"-(1 + 2)", 4},
-        {".five", 2},
-        {".sum", 5},
-        {".sum + .sum", 11},
-        {"vec(1, .five, .sum)", 9},
-        {"keys(0: 1, 1: .sum, 2: .five)", 1 + 5 + 2}, // the costliest neighbors; known times are not visited
-        {"keys(time: 1, .five: .sum)", 1 + 1 + 2 + 1 + 5},
-        {"[1, .sum, 3][1]", 1 + 5 + 1},
-        {".list[0]", 1 + 5 + 1},
-        {".own + 1", 4},
-    };
-    for (const auto& row : rows) {
-        TextScene text(inObject(std::string("p = ") + row.expression
-                                + "; five = 5; sum = .five + 1 ; list = [.sum, 2]; own = .own;"));
-        resolve(text.scene);
-        EXPECT_EQ(VisitCounter().visitsOf(text.scene.findProperty("o", "p")), row.visits) << row.expression;
-    }
 }
 
 TEST(Scenes, OfTheExamplesHaveNoMistakes)
