@@ -1,6 +1,9 @@
 // Where a command's results go: standard output, or a file that is only replaced when all is written.
 #pragma once
 
+#include <host/output/temporary_file.h>
+
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -24,7 +27,7 @@ private:
     [[noreturn]] void fail() const;
 
     std::string target = "standard output";
-    std::string temporary; // what is renamed in the end; empty where there is nothing to rename
+    std::optional<TemporaryFile> temporary; // what takes the file's place in the end
     int handle = 1;
     std::string buffer;
 };
