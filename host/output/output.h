@@ -22,6 +22,12 @@ public:
     void write(std::string_view text);
     void finish();
 
+    // Not so standard output, devices and pipes, which are written to at once.
+    bool replacesFile() const { return temporary.has_value(); }
+
+    // What is written is not the whole, and goes to a file of the name returned beside that of the whole.
+    const std::string& becomePartial() { return target += ".partial"; }
+
 private:
     void flush();
     [[noreturn]] void fail() const;

@@ -20,6 +20,7 @@ namespace {
 
 using ::testing::AnyOf;
 using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
 
 // Cheap and dear times, kinds that change, texts and failures.
 constexpr const char* mixed = R"(scene 1;
@@ -111,10 +112,11 @@ TEST(Interrupt, KeepsTheTimesThatAreFinished)
         for (const char* jobs : {"1", "2"}) {
             std::vector<std::string> arguments = {"o.x12", "o.x0", "--jobs", jobs};
             if (toFile)
-                arguments.insert(arguments.end(), {"-o", "values.csv"});
+                arguments.insert(arguments.end(), {"-o", "values.csv", "--keep-partial"});
             const LongRun session(arguments, pressCtrlC);
             EXPECT_EQ(session.run.status, 130);
-            const std::string values = toFile ? contentOf(session.files.path("values.csv")) : session.run.out;
+            const std::string partial = session.files.path("values.csv.partial");
+            const std::string values = toFile ? contentOf(partial) : session.run.out;
 
             std::string expected = "time,o.x12,o.x0\n";
             const auto rows = std::ranges::count(values, '\n') - 1;
@@ -124,18 +126,29 @@ TEST(Interrupt, KeepsTheTimesThatAreFinished)
             }
             EXPECT_GT(rows, 0);
             EXPECT_TRUE(values == expected) << values.substr(0, 200);
-            EXPECT_EQ(session.run.err, interruptedAfter(rows, ""));
+            EXPECT_EQ(session.run.err, interruptedAfter(rows, toFile ? " and kept in " + partial : ""));
+            EXPECT_EQ(contentOf(session.files.path("values.csv")), "old");
         }
 }
 
-// A value that takes years is not waited for; where nothing is finished, the old file stays.
+TEST(Interrupt, LeavesAFileThatIsNotToBeReplacedByAPart)
+{
+    const LongRun session({"o.x12", "-o", "values.csv"}, pressCtrlC);
+    EXPECT_EQ(session.run.status, 130);
+    EXPECT_THAT(
+        session.run.err,
+        MatchesRegex("marl: interrupted; [1-9][0-9]* of 1000000 times are finished; values.csv stays as it was\n"));
+    EXPECT_EQ(session.valueFiles(), ValueFiles({{"values.csv", "old"}}));
+}
+
+// A value that takes years is not waited for; where nothing is finished, nothing is kept.
 TEST(Interrupt, WaitsForNoValue)
 {
     const auto begin = std::chrono::steady_clock::now();
-    const LongRun session({"o.x60", "-o", "values.csv"}, pressCtrlC);
+    const LongRun session({"o.x60", "-o", "values.csv", "--keep-partial"}, pressCtrlC);
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
     EXPECT_EQ(session.run.status, 130);
-    EXPECT_EQ(session.run.err, interruptedAfter(0, ""));
+    EXPECT_EQ(session.run.err, interruptedAfter(0, "; values.csv stays as it was"));
     EXPECT_EQ(session.valueFiles(), ValueFiles({{"values.csv", "old"}}));
 }
 
