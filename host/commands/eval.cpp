@@ -82,6 +82,8 @@ int runEval(const EvalOptions& options)
         reportFailures(scene, prepared.resolution, selected[i], options.holdsKeys, sampling.failures[i], times.count);
         anyFailed = anyFailed || sampling.failures[i].count > 0;
     }
+    if (!watch.isInterrupted()) // else threads may be at work, for which a failure would have to wait
+        scene.file.requireUnchanged();
     const bool isPartial = times.count < moments.size();
     bool isWritten = !isPartial || times.count > 0;
     std::string remark;

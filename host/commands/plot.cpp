@@ -164,6 +164,7 @@ int runPlot(const PlotOptions& options)
         return anyFailed ? SceneHasErrors : WrongUsage;
     }
     const std::string drawn = runGnuplot(gnuplotScript(groups, range.from, range.to, picture));
+    scene.file.requireUnchanged();
     const auto output =
         options.output.empty() ? std::make_unique<Output>() : std::make_unique<Output>(options.output);
     output->write(options.output.empty() ? withoutBlanks(drawn) : drawn);

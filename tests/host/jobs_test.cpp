@@ -197,6 +197,17 @@ TEST(Signals, OfCtrlCEndTheToolAtTheThirdAtTheLatest)
     EXPECT_EQ(session.valueFiles(), ValueFiles({{"values.csv", "old"}}));
 }
 
+TEST(Changes, OfTheSceneEndTheRun)
+{
+    const LongRun session({"o.list", "o.x12", "--jobs", "2", "-o", "values.csv"}, [](const LongRun& started, pid_t) {
+        started.waitForWork();
+        started.files.write("s.scene", inObject("list = float[4 5 6];"));
+    });
+    EXPECT_EQ(session.run.status, 3);
+    EXPECT_EQ(session.run.err, "marl: s.scene: The file has changed since it was opened; run the command again\n");
+    EXPECT_EQ(session.valueFiles(), ValueFiles({{"values.csv", "old"}}));
+}
+
 } // namespace
 
 } // namespace Marl::Host
