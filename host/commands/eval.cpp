@@ -67,12 +67,15 @@ int runEval(const EvalOptions& options)
     if (!prepared.isWhole())
         return SceneHasErrors;
     Scene& scene = prepared.scene;
+    requireOtherFile(scene.file, options.output);
     const std::vector<SceneProperty> selected = selectProperties(scene, options.names);
     requireSensibleWork(times, selected.size());
 
     const InterruptWatch watch;
     // Opened before the work is done, which may be long.
     auto output = options.output.empty() ? std::make_unique<Output>() : std::make_unique<Output>(options.output);
+    if (options.keepsPartial)
+        requireOtherFile(scene.file, output->partialName());
     const std::vector<double> moments = listed(times);
     Sampling sampling(selected, moments, options.holdsKeys, format.text);
     sampling.run(options.jobs);

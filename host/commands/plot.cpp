@@ -140,6 +140,7 @@ int runPlot(const PlotOptions& options)
     if (!prepared.isWhole())
         return SceneHasErrors;
     Scene& scene = prepared.scene;
+    requireOtherFile(scene.file, options.output);
     const std::vector<SceneProperty> selected = selectProperties(scene, options.names);
 
     bool anyFailed = prepared.hasMistakes;

@@ -25,8 +25,9 @@ public:
     // Not so standard output, devices and pipes, which are written to at once.
     bool replacesFile() const { return temporary.has_value(); }
 
-    // What is written is not the whole, and goes to a file of the name returned beside that of the whole.
-    const std::string& becomePartial() { return target += ".partial"; }
+    // What is written is not the whole, and goes to a file of this name beside that of the whole.
+    std::string partialName() const { return target + ".partial"; }
+    const std::string& becomePartial() { return target = partialName(); }
 
 private:
     void flush();

@@ -59,6 +59,13 @@ void SceneFile::requireUnchanged() const
         failReading(name, "The file has changed since it was opened; run the command again");
 }
 
+bool SceneFile::isAt(const std::string& path) const
+{
+    struct stat here = {}, there = {};
+    return fstat(handle, &here) == 0 && stat(path.c_str(), &there) == 0 && here.st_dev == there.st_dev
+        && here.st_ino == there.st_ino;
+}
+
 std::size_t SceneFile::readAt(std::int64_t offset, char* buffer, std::size_t size) const
 {
     std::size_t done = 0;

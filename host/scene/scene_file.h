@@ -43,6 +43,9 @@ public:
     // through this class is checked so once it is read; a command asks again before its last word.
     void requireUnchanged() const;
 
+    // Whether the path leads to this file, by whichever of its names.
+    bool isAt(const std::string& path) const;
+
     // The shared stream, guarded by the owner's mutex. Throws FileError, which passes through an
     // evaluation as no failure of a property.
     std::int64_t tell() override { return position; }
