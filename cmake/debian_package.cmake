@@ -1,4 +1,5 @@
 # `cpack` in a build folder makes one Debian package of everything that is installed.
+# What that package depends on is computed with the help of the packages dpkg-dev and file.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME marl)
 set(CPACK_PACKAGE_CONTACT "The Marl maintainers <marl@localhost>")

@@ -64,6 +64,7 @@ public:
         const auto errors =
             static_cast<std::size_t>(std::ranges::count(found, Severity::Error, &Diagnostic::severity));
         const std::size_t warnings = found.size() - errors;
+        scene.file.requireUnchanged();
         if (!isJson)
             output.write(summary(scene, errors, warnings));
         if (errors > 0 || (options.warningsAreErrors && warnings > 0))

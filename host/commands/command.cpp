@@ -19,6 +19,12 @@ double numberOption(std::string_view option, std::string_view text)
     return number;
 }
 
+void requireOtherFile(const SceneFile& scene, const std::string& output)
+{
+    if (scene.isAt(output))
+        throw UsageError(fmt::format("-o: {} is the scene itself, which would be lost", output));
+}
+
 void printError(std::string_view text)
 {
     std::fwrite(text.data(), 1, text.size(), stderr);

@@ -32,6 +32,9 @@ void addPlotCommand(CLI::App& app, int& status);
 // A number as scenes write it, of the option of that name. Throws UsageError.
 double numberOption(std::string_view option, std::string_view text);
 
+// Throws UsageError where the output would take the place of the scene that it comes from.
+void requireOtherFile(const SceneFile& scene, const std::string& output);
+
 // To standard error. Nothing is to be done where that fails.
 void printError(std::string_view text);
 

@@ -214,6 +214,7 @@ int runDeps(const DepsOptions& options)
                 listing.heading(property);
         }
     }
+    scene.file.requireUnchanged();
     output.finish();
     return prepared.hasMistakes ? SceneHasErrors : Fine;
 }

@@ -39,6 +39,7 @@ struct EvalOptions {
     bool holdsKeys = false;
     std::string format = "table";
     std::string output;
+    bool keepsPartial = false;
     int jobs = 1;
 };
 
@@ -51,9 +52,9 @@ std::vector<double> listed(const Times& times)
 }
 
 // Threads may still be at work on the scene, so it is not given back.
-[[noreturn]] void endInterrupted(std::size_t finished, std::size_t all)
+[[noreturn]] void endInterrupted(std::size_t finished, std::size_t all, std::string_view remark)
 {
-    printError(fmt::format("marl: interrupted; {} of {} times are finished\n", finished, all));
+    printError(fmt::format("marl: interrupted; {} of {} times are finished{}\n", finished, all, remark));
     std::_Exit(Interrupted);
 }
 
@@ -66,12 +67,15 @@ int runEval(const EvalOptions& options)
     if (!prepared.isWhole())
         return SceneHasErrors;
     Scene& scene = prepared.scene;
+    requireOtherFile(scene.file, options.output);
     const std::vector<SceneProperty> selected = selectProperties(scene, options.names);
     requireSensibleWork(times, selected.size());
 
     const InterruptWatch watch;
     // Opened before the work is done, which may be long.
     auto output = options.output.empty() ? std::make_unique<Output>() : std::make_unique<Output>(options.output);
+    if (options.keepsPartial)
+        requireOtherFile(scene.file, output->partialName());
     const std::vector<double> moments = listed(times);
     Sampling sampling(selected, moments, options.holdsKeys, format.text);
     sampling.run(options.jobs);
@@ -81,14 +85,22 @@ int runEval(const EvalOptions& options)
         reportFailures(scene, prepared.resolution, selected[i], options.holdsKeys, sampling.failures[i], times.count);
         anyFailed = anyFailed || sampling.failures[i].count > 0;
     }
-    const bool isWhole = times.count == moments.size();
-    if (isWhole || times.count > 0) {
+    if (!watch.isInterrupted()) // else threads may be at work, for which a failure would have to wait
+        scene.file.requireUnchanged();
+    const bool isPartial = times.count < moments.size();
+    bool isWritten = !isPartial || times.count > 0;
+    std::string remark;
+    if (isPartial && output->replacesFile()) {
+        isWritten = isWritten && options.keepsPartial;
+        remark = isWritten ? " and kept in " + output->becomePartial() : "; " + options.output + " stays as it was";
+    }
+    if (isWritten) {
         format.write(*output, times, sampling.tracks);
         output->finish();
     }
     if (watch.isInterrupted()) {
-        output.reset(); // with the temporary file where nothing is finished
-        endInterrupted(times.count, moments.size());
+        output.reset(); // with the temporary file where nothing is kept
+        endInterrupted(times.count, moments.size(), remark);
     }
     return anyFailed ? SceneHasErrors : Fine;
 }
@@ -96,8 +108,8 @@ int runEval(const EvalOptions& options)
 constexpr const char* footer = R"(Properties are named object.property, or object.* for all of an object; without a
 name all are shown. Names that are no plain words stand in back-quotes.
 
-Ctrl-C ends the work early: the times that are finished are written, to the file of -o too, and the
-exit status is 130.
+Ctrl-C ends the work early, with exit status 130. The times that are finished are printed; the file
+of -o stays as it was, and with --keep-partial they are kept in FILE.partial beside it.
 
 Examples:
   marl eval road.scene
@@ -117,8 +129,11 @@ void addEvalCommand(CLI::App& app, int& status)
     command->add_option("--format", options->format, "table, csv or json; table unless given")
         ->check(CLI::IsMember({"table", "csv", "json"}))
         ->type_name("FORMAT");
-    command->add_option("-o,--output", options->output, "Write to this file; it is replaced only when all is written")
-        ->type_name("FILE");
+    CLI::Option* output =
+        command->add_option("-o,--output", options->output, "Write to this file; only a whole result replaces it")
+            ->type_name("FILE");
+    command->add_flag("--keep-partial", options->keepsPartial, "After Ctrl-C keep what is finished in FILE.partial")
+        ->needs(output);
     command->add_option("--jobs", options->jobs, "So many threads, 1 unless given; the results are the same")
         ->check(CLI::Range(1, 256))
         ->type_name("N");

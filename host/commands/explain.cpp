@@ -96,6 +96,7 @@ int runExplain(const ExplainOptions& options)
         }
         write(rows, output);
     }
+    scene.file.requireUnchanged();
     output.finish();
     return anyFailed || prepared.hasMistakes ? SceneHasErrors : Fine;
 }

@@ -11,10 +11,12 @@ namespace {
 std::atomic<bool> interrupted = false;
 static_assert(std::atomic<bool>::is_always_lock_free, "a signal may come while the lock is held");
 
+struct sigaction before = {}; // what Ctrl-C does where nobody watches
+
 extern "C" void noteInterrupt(int)
 {
     if (interrupted.exchange(true))
-        signal(SIGINT, SIG_DFL);
+        sigaction(SIGINT, &before, nullptr);
 }
 
 } // namespace
@@ -22,10 +24,10 @@ extern "C" void noteInterrupt(int)
 InterruptWatch::InterruptWatch()
 {
     interrupted = false;
-    struct sigaction action = {};
-    sigaction(SIGINT, nullptr, &action);
-    if (action.sa_handler == SIG_IGN)
+    sigaction(SIGINT, nullptr, &before);
+    if (before.sa_handler == SIG_IGN)
         return;
+    struct sigaction action = {};
     action.sa_handler = noteInterrupt;
     action.sa_flags = SA_RESTART;
     sigaction(SIGINT, &action, nullptr);
@@ -33,10 +35,7 @@ InterruptWatch::InterruptWatch()
 
 InterruptWatch::~InterruptWatch()
 {
-    struct sigaction action = {};
-    sigaction(SIGINT, nullptr, &action);
-    if (action.sa_handler == noteInterrupt)
-        signal(SIGINT, SIG_DFL);
+    sigaction(SIGINT, &before, nullptr);
 }
 
 bool InterruptWatch::isInterrupted()

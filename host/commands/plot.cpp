@@ -140,6 +140,7 @@ int runPlot(const PlotOptions& options)
     if (!prepared.isWhole())
         return SceneHasErrors;
     Scene& scene = prepared.scene;
+    requireOtherFile(scene.file, options.output);
     const std::vector<SceneProperty> selected = selectProperties(scene, options.names);
 
     bool anyFailed = prepared.hasMistakes;
@@ -164,6 +165,7 @@ int runPlot(const PlotOptions& options)
         return anyFailed ? SceneHasErrors : WrongUsage;
     }
     const std::string drawn = runGnuplot(gnuplotScript(groups, range.from, range.to, picture));
+    scene.file.requireUnchanged();
     const auto output =
         options.output.empty() ? std::make_unique<Output>() : std::make_unique<Output>(options.output);
     output->write(options.output.empty() ? withoutBlanks(drawn) : drawn);

@@ -1,6 +1,7 @@
 #include <host/commands/tool.h>
 
 #include <host/commands/command.h>
+#include <host/output/temporary_file.h>
 #include <host/report/did_you_mean.h>
 
 #include <CLI/CLI.hpp>
@@ -92,6 +93,7 @@ int runTool(int count, char** arguments)
     occupyStandardStreams();
     std::signal(SIGPIPE, SIG_IGN); // a closed pipe is a failed write
     std::signal(SIGBUS, reportTruncatedFile);
+    removeTemporaryFileOnSignals();
 
     CLI::App app("Computes the values of a scene's expressions.", "marl");
     int status = Fine;

@@ -3,7 +3,6 @@
 #include <host/scene/scene_file.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 
@@ -43,12 +42,9 @@ Output::Output(const std::string& path) : target(path)
         return;
     }
     target = file;
-    temporary = file + ".XXXXXX";
-    handle = mkostemp(temporary.data(), O_CLOEXEC);
-    if (handle < 0) {
-        temporary.clear();
+    handle = temporary.emplace(file).descriptor();
+    if (handle < 0)
         fail();
-    }
     fchmod(handle, exists ? status.st_mode & 07777 : usualMode());
 }
 
@@ -56,8 +52,6 @@ Output::~Output()
 {
     if (handle > 2)
         close(handle);
-    if (!temporary.empty())
-        unlink(temporary.c_str());
 }
 
 void Output::write(std::string_view text)
@@ -88,9 +82,8 @@ void Output::finish()
     const int open = std::exchange(handle, -1);
     if (close(open) != 0)
         fail();
-    if (!temporary.empty() && rename(temporary.c_str(), target.c_str()) != 0)
+    if (temporary && !temporary->moveTo(target))
         fail();
-    temporary.clear();
 }
 
 void Output::fail() const

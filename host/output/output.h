@@ -1,6 +1,9 @@
 // Where a command's results go: standard output, or a file that is only replaced when all is written.
 #pragma once
 
+#include <host/output/temporary_file.h>
+
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -19,12 +22,19 @@ public:
     void write(std::string_view text);
     void finish();
 
+    // Not so standard output, devices and pipes, which are written to at once.
+    bool replacesFile() const { return temporary.has_value(); }
+
+    // What is written is not the whole, and goes to a file of this name beside that of the whole.
+    std::string partialName() const { return target + ".partial"; }
+    const std::string& becomePartial() { return target = partialName(); }
+
 private:
     void flush();
     [[noreturn]] void fail() const;
 
     std::string target = "standard output";
-    std::string temporary; // what is renamed in the end; empty where there is nothing to rename
+    std::optional<TemporaryFile> temporary; // what takes the file's place in the end
     int handle = 1;
     std::string buffer;
 };

@@ -318,6 +318,7 @@ ReadResult readScene(SceneFile& file, ProgramAST& program, PlaceTable& places)
             result.lost.anything = true;
         }
     });
+    file.requireUnchanged();
     places.seal();
     return result;
 }

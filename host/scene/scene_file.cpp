@@ -34,6 +34,7 @@ SceneFile::SceneFile(std::string path) : name(std::move(path))
     struct stat status = {};
     if (fstat(handle, &status) == 0 && S_ISREG(status.st_mode)) {
         length = status.st_size;
+        modified = status.st_mtim;
         return;
     }
     close(handle);
@@ -45,6 +46,24 @@ SceneFile::SceneFile(std::string path) : name(std::move(path))
 SceneFile::~SceneFile()
 {
     close(handle);
+}
+
+void SceneFile::requireUnchanged() const
+{
+    struct stat status = {};
+    if (fstat(handle, &status) != 0)
+        failReading(name, std::strerror(errno));
+    const bool isUnchanged = status.st_size == length && status.st_mtim.tv_sec == modified.tv_sec
+        && status.st_mtim.tv_nsec == modified.tv_nsec;
+    if (!isUnchanged)
+        failReading(name, "The file has changed since it was opened; run the command again");
+}
+
+bool SceneFile::isAt(const std::string& path) const
+{
+    struct stat here = {}, there = {};
+    return fstat(handle, &here) == 0 && stat(path.c_str(), &there) == 0 && here.st_dev == there.st_dev
+        && here.st_ino == there.st_ino;
 }
 
 std::size_t SceneFile::readAt(std::int64_t offset, char* buffer, std::size_t size) const
@@ -59,18 +78,13 @@ std::size_t SceneFile::readAt(std::int64_t offset, char* buffer, std::size_t siz
         else if (errno != EINTR)
             failReading(name, std::strerror(errno));
     }
+    requireUnchanged();
     return done;
 }
 
 void SceneFile::read(char* buffer, int size, int*)
 {
-    const auto wanted = static_cast<std::size_t>(std::max(size, 0));
-    try {
-        if (readAt(position, buffer, wanted) != wanted)
-            failReading(name, "The file has become shorter");
-    } catch (const FileError& failure) {
-        throw InvalidOpException(failure.what());
-    }
+    readAt(position, buffer, static_cast<std::size_t>(std::max(size, 0)));
     position += size;
 }
 

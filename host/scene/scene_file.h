@@ -1,5 +1,7 @@
 // The file that a scene is read from. It stays open as long as the scene: texts, data lists and
-// source lines in messages are read from it when they are needed.
+// source lines in messages are read from it when they are needed. A file that another one takes the
+// place of, or that is removed, can still be read; one that is written to cannot, since what comes
+// from it later would not belong to what came before.
 #pragma once
 
 #include <host/scene/place.h>
@@ -7,6 +9,7 @@
 #include <marl/marl.h>
 
 #include <cstdint>
+#include <ctime>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -36,8 +39,15 @@ public:
     std::int64_t size() const { return length; }
     int descriptor() const { return handle; }
 
-    // The shared stream, guarded by the owner's mutex. A file that has become unreadable or
-    // shorter since throws InvalidOpException.
+    // Throws FileError when the file was written to since it was opened. Everything that is read
+    // through this class is checked so once it is read; a command asks again before its last word.
+    void requireUnchanged() const;
+
+    // Whether the path leads to this file, by whichever of its names.
+    bool isAt(const std::string& path) const;
+
+    // The shared stream, guarded by the owner's mutex. Throws FileError, which passes through an
+    // evaluation as no failure of a property.
     std::int64_t tell() override { return position; }
     void seek(std::int64_t to) override { position = to; }
     void read(char* buffer, int size, int* status) override;
@@ -63,6 +73,7 @@ private:
     std::string name;
     int handle = -1;
     std::int64_t length = 0;
+    std::timespec modified = {};
     std::int64_t position = 0;
     std::vector<Mark> marks;
 };

@@ -1,9 +1,15 @@
-// What the host makes of a scene's text.
+// What the host makes of a scene's text: places, and data left in the file.
 #include <tests/host/scratch.h>
+
+#include <host/analysis/evaluation.h>
+#include <host/analysis/resolution.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
+#include <functional>
+#include <thread>
 
 namespace Marl::Host {
 
@@ -28,6 +34,49 @@ TEST(Scenes, NoteWhereThingsStand)
     EXPECT_EQ(textOfThing(keys->firstKey), "0: [1][0]");
     EXPECT_EQ(textOfThing(keys->firstKey->value), "[1][0]");
     EXPECT_EQ(textOfThing(expressionOf("q")), "vec[ 1 2 3 ]");
+}
+
+// What is read later must belong to what was read first.
+TEST(Scenes, AreNotReadFromAFileThatHasChanged)
+{
+    const std::string text = inObject("p = \"old\";"), sameLength = inObject("p = \"new\";");
+    const struct {
+        const char* name;
+        std::function<void(const ScratchFolder&)> change;
+        bool endsReading;
+    } rows[] = {
+        {"longer", [&](const ScratchFolder& files) { files.write("text.scene", text + ' '); }, true},
+        {"shorter", [&](const ScratchFolder& files) { files.write("text.scene", "scene 1;"); }, true},
+        {"as long", [&](const ScratchFolder& files) { files.write("text.scene", sameLength); }, true},
+        {"another in its place",
+         [&](const ScratchFolder& files) {
+             std::filesystem::rename(files.write("new.scene", sameLength), files.path("text.scene"));
+         },
+         false},
+        {"removed", [](const ScratchFolder& files) { std::filesystem::remove(files.path("text.scene")); }, false},
+    };
+    for (const auto& row : rows) {
+        const testing::ScopedTrace trace(__FILE__, __LINE__, row.name);
+        TextScene file(text);
+        SceneFile& read = file.scene.file;
+        const SceneProperty property = file.scene.properties[0];
+        const auto everyRead = {
+            std::function([&] { EXPECT_EQ(evaluate(property, {}).getString(), "old"); }),
+            std::function([&] {
+                EXPECT_EQ(read.textAt({0, 5}), "scene");
+            }),
+            std::function([&] { EXPECT_EQ(read.lineColumnText(20), "1:21"); }),
+            std::function([&] { read.requireUnchanged(); }),
+        };
+        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // clocks of files are slow
+        row.change(file.files);
+        for (const auto& aRead : everyRead) {
+            if (row.endsReading)
+                EXPECT_THROW(aRead(), FileError);
+            else
+                aRead();
+        }
+    }
 }
 
 TEST(Scenes, OfTheExamplesHaveNoMistakes)

@@ -1,10 +1,8 @@
 #include <tests/host/scratch.h>
 
-#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
-#include <thread>
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -24,7 +22,8 @@ std::filesystem::path newFolder()
 }
 
 // The tool lies in PATH.
-ToolRun run(std::vector<std::string> words, const std::filesystem::path& folder, std::chrono::seconds untilInterrupt)
+ToolRun run(std::vector<std::string> words, const std::filesystem::path& folder,
+            const std::function<void(pid_t)>& meanwhile)
 {
     const ScratchFolder scratch;
     const std::string outFile = scratch.path("out"), errFile = scratch.path("err");
@@ -38,14 +37,14 @@ ToolRun run(std::vector<std::string> words, const std::filesystem::path& folder,
     if (child == 0) {
         dup2(open(outFile.c_str(), O_WRONLY | O_CREAT, 0600), 1);
         dup2(open(errFile.c_str(), O_WRONLY | O_CREAT, 0600), 2);
+        const rlimit none = {0, 0};
+        setrlimit(RLIMIT_CORE, &none);
         if (chdir(folder.c_str()) == 0 && setenv("PATH", path.c_str(), 1) == 0)
             execvp(pointers[0], pointers.data());
         _exit(127);
     }
-    if (untilInterrupt.count() > 0) {
-        std::this_thread::sleep_for(untilInterrupt);
-        kill(child, SIGINT);
-    }
+    if (meanwhile)
+        meanwhile(child);
     int status = 0;
     rusage usage = {};
     wait4(child, &status, 0, &usage);
@@ -89,10 +88,10 @@ std::string repeated(int count, std::string_view text)
 }
 
 ToolRun runMarl(std::vector<std::string> arguments, const std::filesystem::path& folder,
-                std::chrono::seconds untilInterrupt)
+                const std::function<void(pid_t)>& meanwhile)
 {
     arguments.insert(arguments.begin(), "marl");
-    return run(std::move(arguments), folder, untilInterrupt);
+    return run(std::move(arguments), folder, meanwhile);
 }
 
 ToolRun runShell(const std::string& command, const std::filesystem::path& folder)

@@ -3,11 +3,13 @@
 
 #include <host/scene/scene.h>
 
-#include <chrono>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <sys/types.h>
 
 namespace Marl::Host {
 
@@ -45,9 +47,9 @@ struct ToolRun {
     long peakKilobytes = 0;
 };
 
-// Runs the tool in the folder, and presses Ctrl-C after some time where one is given.
+// Runs the tool in the folder. What is to happen meanwhile is told the tool's process.
 ToolRun runMarl(std::vector<std::string> arguments, const std::filesystem::path& folder,
-                std::chrono::seconds untilInterrupt = {});
+                const std::function<void(pid_t)>& meanwhile = {});
 
 // Runs a command of the shell, which knows the tool as `marl`.
 ToolRun runShell(const std::string& command, const std::filesystem::path& folder);
