@@ -4,33 +4,17 @@
 #include <benchmarks/rows.h>
 
 #include <benchmarks/formula_tree.h>
-
-#include <algorithm>
+#include <benchmarks/search.h>
 
 namespace Bench {
 
 namespace {
 
-// What a host without expressions would write.
-class Search {
-public:
-    explicit Search(const Curve& given) : curve(given) {}
-
-    [[gnu::noinline]] double operator()(double t) const
-    {
-        const auto& [name, times, values, expected] = curve;
-        if (!(t > times.front()))
-            return values.front();
-        if (t >= times.back())
-            return values.back();
-        const auto later = static_cast<std::size_t>(std::ranges::upper_bound(times, t) - times.begin());
-        const double factor = (t - times[later - 1]) / (times[later] - times[later - 1]);
-        return factor * values[later] + (1 - factor) * values[later - 1];
-    }
-
-private:
-    const Curve& curve;
-};
+// So that twice a key's time less another time is exact, as moving keys need it.
+double inSteps(double time)
+{
+    return std::round(time * 1024) / 1024;
+}
 
 Curve unevenCurve(const char* name, int count)
 {
@@ -41,13 +25,14 @@ Curve unevenCurve(const char* name, int count)
     for (int i = 0; i < count; ++i) {
         curve.times.push_back(time);
         curve.values.push_back(dice.roll(1000));
-        time += 0.25 + 1.5 * dice.fraction();
+        time += inSteps(0.25 + 1.5 * dice.fraction());
     }
-    curve.expected.tolerance = doubleTolerance;
-    for (const double part : {-0.1, 0.0, 0.123, 0.5, 0.987, 1.0, 1.1}) {
-        curve.expected.inputs.push_back(part * curve.times.back());
-        curve.expected.results.push_back(Search(curve)(part * curve.times.back()));
-    }
+    // Without order, also before and behind the keys and on the first and last of them.
+    for (int i = 0; i < 1000; ++i)
+        curve.expected.inputs.push_back(inSteps((1.2 * dice.fraction() - 0.1) * curve.times.back()));
+    curve.expected.inputs.insert(curve.expected.inputs.end(), {0, curve.times.back()});
+    for (const double t : curve.expected.inputs)
+        curve.expected.results.push_back(Search(curve)(t));
     return curve;
 }
 
@@ -58,13 +43,6 @@ Marl::InterpolateExpressionAST* interpolation(const Curve& curve, TimeOfKey time
     for (std::size_t i = 0; i < curve.times.size(); ++i)
         program().append(made, timeOfKey(curve.times[i]).node, Tree(curve.values[i]).node);
     return made;
-}
-
-void resolve(Marl::ExpressionAST* root)
-{
-    Marl::DecorationVisitor pass;
-    pass.setProgram(&program());
-    root->accept(&pass);
 }
 
 } // namespace
@@ -81,15 +59,16 @@ void addCurves(const Suite& suite)
     const auto moving = [](double time) { return 2 * time - timeTree(); };
 
     for (const Curve& curve : suite.curves) {
-        auto* resolved = interpolation(curve, constant);
         auto* unresolved = interpolation(curve, constant);
-        auto* varying = interpolation(curve, moving);
-        resolve(resolved);
-        resolve(varying);
-        addCurveRows("Marl", curve, std::make_shared<MarlFormula>(resolved));
-        addCurveRows("C++", curve, std::make_shared<Search>(curve));
-        addCurveRows("Marl", curve, std::make_shared<MarlFormula>(unresolved), " unresolved");
-        addCurveRows("Marl", curve, std::make_shared<MarlFormula>(varying), " moving");
+        auto* fixed = resolved(Tree(interpolation(curve, constant))).node;
+        auto* varying = resolved(Tree(interpolation(curve, moving))).node;
+        addCurveRows(marl, curve, std::make_shared<MarlFormula>(fixed));
+        addCurveRows(walk, curve, std::make_shared<WalkFormula>(fixed));
+        addCurveRows(native, curve, std::make_shared<Search>(curve));
+        addCurveRows(walk, curve, std::make_shared<WalkFormula>(unresolved), " unresolved");
+        addCurveRows(marl, curve, std::make_shared<MarlFormula>(varying), " moving");
+        addCurveRows(walk, curve, std::make_shared<WalkFormula>(varying), " moving");
+        addCurveBatchRows(marl, curve, std::make_shared<MarlBatch>(std::vector{fixed}));
     }
 }
 

@@ -14,6 +14,8 @@ struct Text {
     {
         char digits[32];
         text.assign(digits, std::to_chars(digits, digits + sizeof digits, static_cast<double>(number)).ptr);
+        if (text.find_first_of(".e") == std::string::npos)
+            text += ".0"; // no integer in any language
     }
 
     std::string text;

@@ -4,6 +4,7 @@
 #include <marl/marl.h>
 
 #include <concepts>
+#include <string>
 
 namespace Bench {
 
@@ -68,6 +69,40 @@ inline Tree xform(Tree matrix, Tree offset)
     made->matrix = matrix.node;
     made->offset = offset.node;
     return Tree(made);
+}
+
+// Prepares a tree for evaluation.
+inline Tree resolved(Tree tree)
+{
+    Marl::DecorationVisitor pass;
+    pass.setProgram(&program());
+    tree.node->accept(&pass);
+    return tree;
+}
+
+// A property, and a reference to it for each use.
+class KeptTree {
+public:
+    explicit KeptTree(Tree value) : name("kept" + std::to_string(count++))
+    {
+        static Marl::ObjectAST* const object = program().addObject("kept");
+        object->addProperty(name.c_str(), resolved(value).node);
+    }
+    Tree operator()() const
+    {
+        auto* made = program().make<Marl::PropertyReferenceAST>();
+        made->objectName = "kept";
+        made->propertyName = name.c_str();
+        return Tree(made);
+    }
+
+private:
+    static inline int count = 0;
+    std::string name;
+};
+inline KeptTree kept(Tree value)
+{
+    return KeptTree(value);
 }
 
 // clang-format off

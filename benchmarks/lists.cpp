@@ -48,8 +48,8 @@ Marl::ExpressionAST* literalText()
 
 benchmark::internal::Benchmark* addTree(const std::string& name, Marl::ExpressionAST* root)
 {
-    const auto evaluate = [root](double t) { return evaluated(root, t).getValueType(); };
-    return addRow(name, "Marl", Rising(0.5, 10, 0.001), evaluate);
+    const auto evaluate = [root](double t) { return walked(root, t).getValueType(); };
+    return addRow("walk alone/" + name, walk, Rising(0.5, 10, 0.001), evaluate);
 }
 
 } // namespace

@@ -54,17 +54,6 @@ namespace Bench {
 
 namespace {
 
-// The expression compiled beforehand; nobody can look into the call.
-class CompiledFormula {
-public:
-    explicit CompiledFormula(const Expression& expression) : function(expression.compiled) {}
-    static bool canRead(const Expression& expression) { return expression.compiled; }
-    double operator()(double time) const { return function(time); }
-
-private:
-    double (*function)(double);
-};
-
 // Modules keep their symbols to themselves, so that two versions of one language get along.
 void addPeer(const std::string& path, const Suite& suite)
 {
@@ -77,30 +66,35 @@ void addPeer(const std::string& path, const Suite& suite)
     reinterpret_cast<void (*)(const Suite&)>(found)(suite);
 }
 
-} // namespace
-
-void addFormulas(const Suite& suite)
+// Whether the module of loops can run here; see CMakeLists.txt.
+bool hasProcessorOfLoops()
 {
-    addFormulaRows<MarlFormula>("Marl", suite);
-    addFormulaRows<CompiledFormula>("C++", suite);
+#ifdef __x86_64__
+    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") && __builtin_cpu_supports("bmi2");
+#else
+    return true;
+#endif
 }
 
+} // namespace
 } // namespace Bench
 
 int main(int argc, char** argv)
 {
     using namespace Bench;
     Suite suite;
-    suite.expressions = expressions();
+    addExpressions(suite);
     suite.curves = curves();
     suite.points = scatteredPoints();
-    growScene(suite);
 
     addFormulas(suite);
     addCurves(suite);
     addNoise(suite);
     addListsAndText();
     addThreads(suite);
+    if (hasProcessorOfLoops())
+        addPeer(BENCH_LOOPS, suite);
+    setenv("OMP_NUM_THREADS", "1", 1); // muParser would share a batch out to all processors
     std::istringstream peers(BENCH_PEERS);
     for (std::string path; std::getline(peers, path, ':');)
         addPeer(path, suite);

@@ -25,11 +25,32 @@ private:
     mu::Parser parser;
 };
 
+// The bulk mode: the variable is the first of an array.
+class MuParserBulk {
+public:
+    explicit MuParserBulk(const Expression& expression)
+    {
+        parser.DefineVar("t", times);
+        parser.SetExpr(expression.text);
+    }
+    static bool canRead(const Expression& expression) { return MuParserFormula::canRead(expression); }
+    void operator()(std::span<const double> given, double* results)
+    {
+        std::ranges::copy(given, times);
+        parser.Eval(results, static_cast<int>(given.size()));
+    }
+
+private:
+    double times[1024];
+    mu::Parser parser;
+};
+
 } // namespace
 
 extern "C" void addRows(const Suite& suite)
 {
-    addFormulaRows<MuParserFormula>("muParser", suite);
+    addFormulaRows<MuParserFormula>({"muParser"}, suite);
+    addBatchRows<OneByOne<MuParserBulk>>({"muParser"}, suite);
 }
 
 } // namespace Bench

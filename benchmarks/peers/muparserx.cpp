@@ -29,7 +29,7 @@ private:
 
 extern "C" void addRows(const Suite& suite)
 {
-    addFormulaRows<MuParserXFormula>("muParserX", suite);
+    addFormulaRows<MuParserXFormula>({"muParserX"}, suite);
 }
 
 } // namespace Bench

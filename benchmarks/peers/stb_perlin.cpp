@@ -7,7 +7,7 @@ namespace Bench {
 
 extern "C" void addRows(const Suite& suite)
 {
-    addRow("noise call", "stb_perlin", Scattered(suite.points),
+    addRow("walk alone/noise call", {"stb_perlin"}, Scattered(suite.points),
            [](const Point& p) { return stb_perlin_noise3(p.x, p.y, p.z, 0, 0, 0); });
 }
 

@@ -1,6 +1,8 @@
 // The vectors and transforms of compiled C++; its numbers are plain doubles.
 #pragma once
 
+#include <benchmarks/plain_noise.h>
+
 #include <cmath>
 
 namespace Bench {
@@ -36,5 +38,30 @@ inline Vec vec(double x, double y, double z)                        { return {x,
 inline Mat mat(const Vec& first, const Vec& second, const Vec& third) { return {first, second, third}; }
 inline Xform xform(const Mat& matrix, const Vec& offset)            { return {matrix, offset}; }
 // clang-format on
+
+inline const PlainNoise plainNoise;
+inline double noise(const Vec& at)
+{
+    return plainNoise(static_cast<float>(at.x), static_cast<float>(at.y), static_cast<float>(at.z));
+}
+
+// A value that is used several times, by a call for each time.
+template <class Value>
+class Kept {
+public:
+    explicit Kept(const Value& given) : value(given) {}
+    const Value& operator()() const { return value; }
+
+private:
+    Value value;
+};
+inline Kept<double> kept(double value)
+{
+    return Kept(value);
+}
+inline Kept<Xform> kept(const Xform& value)
+{
+    return Kept(value);
+}
 
 } // namespace Bench
