@@ -19,19 +19,19 @@ namespace {
 
 constexpr const char* unableToSum = "Unable to sum.";
 
-// Calls `use` with the record that a value holds; false for the kinds that are no plain records.
+// Calls `use` with the record that a value holds; not at all when its kind is none of the plain records.
 template <typename Use>
-bool withRecord(const Value& value, Use use)
+void withRecord(const Value& value, Use use)
 {
     // clang-format off
     switch (ValueType(value.getValueType())) {
-    case ValueType::Double:    use(value.getDouble()); return true;
-    case ValueType::Vector:    use(value.getTracePoint()); return true;
-    case ValueType::Matrix:    use(value.getMatrix()); return true;
-    case ValueType::Color:     use(value.getColor()); return true;
-    case ValueType::AColor:    use(value.getAColor()); return true;
-    case ValueType::Transform: use(value.getTransform()); return true;
-    default:                   return false;
+    case ValueType::Double:    use(value.getDouble()); break;
+    case ValueType::Vector:    use(value.getTracePoint()); break;
+    case ValueType::Matrix:    use(value.getMatrix()); break;
+    case ValueType::Color:     use(value.getColor()); break;
+    case ValueType::AColor:    use(value.getAColor()); break;
+    case ValueType::Transform: use(value.getTransform()); break;
+    default:                   break;
     }
     // clang-format on
 }
