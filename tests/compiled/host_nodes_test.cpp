@@ -106,8 +106,7 @@ TEST_F(HostNodes, MayChangeWhatTheyGiveFromTimeToTime)
                    {0, 1, 2, 3, 4, 5, -1, 1, 0});
 }
 
-// Several values are one: the last. Where they lie deeper than the walk of the node, the walk itself takes
-// the last one too.
+// As the walk does wherever only the top of its stack is taken.
 TEST_F(HostNodes, GiveTheLastOfSeveralValues)
 {
     auto* two = atMostTwo(time);
