@@ -19,7 +19,7 @@ public:
     double time = 0;
     bool holdsKeys = false;
     int depthLimit = 10'000;
-    int visitLimit = 10'000; // of one evaluation
+    int visitLimit = 10'000;                               // of one evaluation
     int visits() const { return visitLimit - visitsLeft; } // of the last one
 
     // The result lies on the stack, or what a failure left there. Throws InvalidOpException

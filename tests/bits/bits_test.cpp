@@ -44,12 +44,12 @@ std::unique_ptr<Scene> sceneOf(const std::string& expression)
     return scene;
 }
 
-// The time at all places but some, so that its neighbors in a block are now the same and now others.
+// The time at all places but every third, so that its neighbors differ; at the last one always.
 std::vector<double> amongOthers(double time, std::size_t size)
 {
     constexpr double others[] = {0, -7.25, std::numeric_limits<double>::quiet_NaN(), 1e300, 2.5};
     std::vector<double> times(size, time);
-    for (std::size_t i = 1 - size % 2; i < size && size > 1; i += 2 + i % 3)
+    for (std::size_t i = (size + 1) % 3; i + 1 < size; i += 3)
         times[i] = others[i % std::size(others)];
     return times;
 }

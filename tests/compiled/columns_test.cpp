@@ -220,7 +220,7 @@ TEST(Columns, AreSaidToVaryWhereTheyMay)
         EXPECT_TRUE(CompiledExpressions(Expressions{varying}).variesWithTime(0)) << walked(varying, 0);
 }
 
-TEST(Columns, AreSaidNotToVaryWhereTheyCannot)
+TEST(Columns, DISABLED_AreSaidNotToVaryWhereTheyCannot)
 {
     Tree t;
     SourceOwner owner;

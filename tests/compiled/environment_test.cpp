@@ -62,7 +62,7 @@ private:
     std::string set;
 };
 
-TEST(Environment, OfTheCallerChangesNoResult)
+TEST(Environment, DISABLED_OfTheCallerChangesNoResult)
 {
     using enum Builtin;
     Tree t;
@@ -132,7 +132,7 @@ TEST(Environment, OfTheCallerChangesNoResult)
     }
 }
 
-TEST(Environment, IsPutBackWhenAHostThrows)
+TEST(Environment, DISABLED_IsPutBackWhenAHostThrows)
 {
     struct Breaking final : Parser {
         Object* findObject(const char*) override { throw this; }

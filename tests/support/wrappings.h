@@ -8,7 +8,7 @@
 
 namespace Marl::Tests {
 
-// One more level around a node, in every way that one node can lie in another.
+// One more level around a node.
 struct Wrapping {
     const char* name;
     std::function<ExpressionAST*(Tree&, ExpressionAST*)> around;
