@@ -579,10 +579,10 @@ void Graph::findHeightsOfCircles()
         const auto isInside = [&](NodeIndex node) { return component[node] == components - 1; };
         const bool isCircle = members.size() > 1 || std::ranges::any_of(childrenOf(members[0]), isInside);
         if (!isCircle) {
-            nodes[members[0]].height = heightOf(nodes[members[0]]);
+            if (!nodes[members[0]].isTyped) // what is typed reaches no circle
+                nodes[members[0]].height = heightOf(nodes[members[0]]);
             return;
         }
-        std::vector<NodeIndex> pending(members.begin(), members.end()); // ends without references, taken off one by one
         std::unordered_map<NodeIndex, int> open;
         std::unordered_map<NodeIndex, std::vector<NodeIndex>> parents;
         int below = 0;
@@ -641,7 +641,7 @@ void Graph::findHeightsOfCircles()
                 continue;
             }
             if (lowest[node] == order[node]) {
-                const auto first = std::ranges::find(waiting, node);
+                const auto first = std::find(waiting.rbegin(), waiting.rend(), node).base() - 1;
                 finish({first, waiting.end()});
                 waiting.erase(first, waiting.end());
             }
