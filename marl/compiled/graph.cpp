@@ -352,8 +352,8 @@ Graph::Selection Graph::elementsOf(ArrayExpressionAST* array, NodeIndex node)
                 }
         }
         std::erase(further, nullptr);
-        std::ranges::sort(further);
-        further.erase(std::ranges::unique(further).begin(), further.end());
+        std::sort(further.begin(), further.end());
+        further.erase(std::unique(further.begin(), further.end()), further.end());
         selected.elements = std::move(further);
     }
     selected.isCertain &= selected.elements.size() == 1;

@@ -220,7 +220,7 @@ TEST(Columns, AreSaidToVaryWhereTheyMay)
         EXPECT_TRUE(CompiledExpressions(Expressions{varying}).variesWithTime(0)) << walked(varying, 0);
 }
 
-TEST(Columns, DISABLED_AreSaidNotToVaryWhereTheyCannot)
+TEST(Columns, AreSaidNotToVaryWhereTheyCannot)
 {
     Tree t;
     SourceOwner owner;

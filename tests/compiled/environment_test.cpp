@@ -62,7 +62,7 @@ private:
     std::string set;
 };
 
-TEST(Environment, DISABLED_OfTheCallerChangesNoResult)
+TEST(Environment, OfTheCallerChangesNoResult)
 {
     using enum Builtin;
     Tree t;
@@ -132,7 +132,7 @@ TEST(Environment, DISABLED_OfTheCallerChangesNoResult)
     }
 }
 
-TEST(Environment, DISABLED_IsPutBackWhenAHostThrows)
+TEST(Environment, IsPutBackWhenAHostThrows)
 {
     struct Breaking final : Parser {
         Object* findObject(const char*) override { throw this; }

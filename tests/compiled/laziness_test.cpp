@@ -13,7 +13,7 @@ namespace Marl::Tests {
 namespace {
 
 // The walk takes 2^1000 visits for it.
-TEST(Sharing, DISABLED_OfAChainThatDoublesTakesAStepALink)
+TEST(Sharing, OfAChainThatDoublesTakesAStepALink)
 {
     constexpr int links = 1000;
     Tree t;

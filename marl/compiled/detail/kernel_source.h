@@ -21,6 +21,7 @@
 #endif
 
 #if defined(__clang__)
+#pragma clang diagnostic ignored "-Wpass-failed" // a loop over one time stays one
 #define MARL_SIDE_BY_SIDE _Pragma("clang loop vectorize(assume_safety)")
 #else
 #define MARL_SIDE_BY_SIDE _Pragma("GCC ivdep")
