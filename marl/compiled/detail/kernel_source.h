@@ -113,7 +113,7 @@ struct Compute<Number, std::integer_sequence<int, k...>> {
 
     static void stored(double* to, Number numbers) { std::memcpy(to, &numbers, sizeof numbers); }
 
-    static Number all(double number) { return Number{} + number; }
+    static Number all(double number) { return number - Number{}; } // keeps the sign of zero
 
     template <Operand operand>
     static Number operandAt(const Instruction* step, Evaluation* e, std::byte* registers, std::uint32_t place,
