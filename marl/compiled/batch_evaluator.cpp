@@ -50,8 +50,7 @@ Value BatchEvaluator::valueAt(double time, std::size_t expression)
 BatchEvaluator::Machine::Machine(const CompiledProgram& compiled)
     : columns(compiled.roots.size()), program(&compiled),
       registers(std::make_unique_for_overwrite<std::byte[]>(compiled.registersSize)), states(compiled.stretches.size()),
-      columnPlaces(compiled.roots.size()), oneTimePlaces(compiled.roots.size(), &oneNumber),
-      kept(compiled.genericStretches.size())
+      columnPlaces(compiled.roots.size()), kept(compiled.genericStretches.size())
 {
     typed.registers = registers.get();
     typed.stretches = program->stretches.data();
@@ -81,9 +80,15 @@ Value BatchEvaluator::Machine::valueAt(double time, std::size_t index)
 {
     const CompiledRoot& root = program->roots[index];
     oneTime = time;
+    typed.times = &oneTime;
+    typed.count = 1;
+    if (root.isAlone && !isWalked(root)) {
+        typed.holds = dontInterpolate != 0;
+        program->kernels->runAtOneTime(typed, root.instruction, 0);
+        return Value(typed.number);
+    }
     beginBatch();
     beginBlock(&oneTime, 1);
-    typed.columns = oneTimePlaces.data();
     genericTime = 0;
     Result result;
     if (isWalked(root)) {
@@ -92,7 +97,7 @@ Value BatchEvaluator::Machine::valueAt(double time, std::size_t index)
         return constantValue(root.source.index);
     } else if (root.source.where == Source::Where::Typed) {
         computeTyped(root.source.index, true, 0);
-        return root.fillsColumn ? Value(oneNumber) : typedValue(root.source.index, 0);
+        return root.fillsColumn ? Value(typed.number) : typedValue(root.source.index, 0);
     } else {
         result = evaluateGeneric(root.source.index, 0);
     }
@@ -176,6 +181,8 @@ void BatchEvaluator::Machine::evaluateBlock(std::size_t start)
             if (root.fillsColumn)
                 columnPlaces[i] = column.records<double>() + start;
             computeTyped(root.source.index, atOneTime, 0);
+            if (root.fillsColumn && atOneTime)
+                *columnPlaces[i] = typed.number;
             if (!root.fillsColumn)
                 copyToColumn(program->stretches[root.source.index], column, start);
         }
@@ -271,10 +278,9 @@ void BatchEvaluator::Machine::computeTyped(std::uint32_t index, bool atOneTime, 
 {
     const auto stretch = static_cast<std::int32_t>(index);
     const Stretch& wanted = program->stretches[index];
-    const Kernels& kernels = *program->kernels;
     if (!wanted.needsOthers && typedFrames.empty()) {
         if (!typed.isDone(stretch, position, atOneTime)) {
-            kernels.run(typed, &program->instructions[wanted.firstInstruction], position, atOneTime);
+            run(&program->instructions[wanted.firstInstruction], position, atOneTime);
             markDone({stretch, nullptr, atOneTime, position, 0});
         }
         return;
@@ -285,7 +291,7 @@ void BatchEvaluator::Machine::computeTyped(std::uint32_t index, bool atOneTime, 
     while (!typedFrames.empty()) {
         const TypedFrame frame = typedFrames.back();
         typed.progress = frame.progress;
-        kernels.run(typed, frame.instruction, frame.position, frame.atOneTime);
+        run(frame.instruction, frame.position, frame.atOneTime);
         if (typed.needed == KeySource::none) {
             markDone(frame);
             typedFrames.pop_back();
@@ -297,6 +303,12 @@ void BatchEvaluator::Machine::computeTyped(std::uint32_t index, bool atOneTime, 
         typedFrames.push_back({typed.needed, &program->instructions[needed.firstInstruction], typed.neededAtOneTime,
                                typed.neededAtOneTime ? typed.neededAt : 0, 0});
     }
+}
+
+void BatchEvaluator::Machine::run(const Instruction* instruction, std::size_t position, bool atOneTime)
+{
+    const auto run = atOneTime ? program->kernels->runAtOneTime : program->kernels->runAtTimes;
+    run(typed, instruction, position);
 }
 
 void BatchEvaluator::Machine::markDone(const TypedFrame& frame)

@@ -39,6 +39,12 @@ Compiler::Compiler(std::span<ExpressionAST* const> expressions, CompiledProgram&
             compileGeneric(generic, genericNodes[generic]);
             ++generic;
         }
+    for (CompiledRoot& root : program.roots)
+        if (root.fillsColumn) {
+            const Stretch& stretch = program.stretches[root.source.index];
+            root.isAlone = !stretch.needsOthers;
+            root.instruction = &program.instructions[stretch.firstInstruction];
+        }
 }
 
 Source Compiler::sourceOf(NodeIndex node)

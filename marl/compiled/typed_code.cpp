@@ -281,10 +281,7 @@ void Compiler::deliverKnown(NodeIndex index, Destination to)
     const GraphNode& node = graph.nodes[index];
     if (node.kind == Typed::Number) {
         const auto operand = node.task == NodeTask::Time ? Simple{Operand::Time} : *simple(index);
-        Instruction& load = emit(kernels.load[indexOf(operand.where)]);
-        load.constant = operand.constant;
-        load.left = operand.place;
-        return deliverNumber(to);
+        return deliverNumber(to, operand);
     }
     if (node.constant) {
         const Place target = to.where == Destination::Where::Place ? Place{to.place, to.form} : fresh(to.form);
@@ -334,14 +331,39 @@ void Compiler::operateOnNumbers(NumberRule rule)
 
 void Compiler::combineRecords(const RecordKernel& rule)
 {
-    if (!fetch({rule.left, rule.right}))
-        return;
-    if (rule.result != Form::Number)
-        return deliverRecord(rule.kernel, rule.result);
+    // Computed operands first; the others are found where the kernel for their kind looks.
     Frame& frame = frames.back();
-    Instruction& made = emit(rule.kernel);
+    RecordOperand where[2];
+    const Plain* constant = nullptr;
+    for (std::uint32_t i = 0; i < 2; ++i) {
+        const GraphNode& operand = graph.nodes[graph.resolved(graph.child(frame.node, i))];
+        const bool isShort = operand.kind == Typed::Number || operand.kind == Typed::Vector || operand.kind == Typed::Color;
+        where[i] = operand.constant && isShort ? RecordOperand::Constant
+            : operand.task == NodeTask::Time   ? RecordOperand::Time
+                                               : RecordOperand::Register;
+        if (where[i] == RecordOperand::Constant)
+            constant = operand.constant;
+    }
+    const Form wanted[2] = {rule.left, rule.right};
+    if (frame.stage > 0)
+        frame.operands[frame.stage - 1] = latest;
+    while (frame.stage < 2)
+        if (where[frame.stage] != RecordOperand::Register)
+            ++frame.stage;
+        else if (!fetchNext(wanted[frame.stage]))
+            return;
+    const void* table = nullptr;
+    if (constant) {
+        program.constants.push_back(*constant);
+        table = &program.constants.back();
+    }
+    const Kernel& kernel = rule.kernels[indexOf(where[0])][indexOf(where[1])];
+    if (rule.result != Form::Number)
+        return deliverRecord(kernel, rule.result, table);
+    Instruction& made = emit(kernel);
     made.left = frame.operands[0].at;
     made.right = frame.operands[1].at;
+    made.table = table;
     giveBack(frame.operands[0]);
     giveBack(frame.operands[1]);
     deliverNumber(frame.to);
@@ -432,34 +454,48 @@ bool Compiler::fetch(std::initializer_list<Form> wanted)
     Frame& frame = frames.back();
     if (frame.stage > 0)
         frame.operands[frame.stage - 1] = latest;
-    while (frame.stage < wanted.size()) {
-        const Form form = wanted.begin()[frame.stage];
-        const NodeIndex operand = graph.resolved(graph.child(frame.node, frame.stage));
-        const GraphNode& node = graph.nodes[operand];
-        if (!node.constant && node.task != NodeTask::Time && node.isApart) {
-            const std::uint32_t stretch = typedStretch(operand);
-            if (program.stretches[stretch].form == form) {
-                frame.operands[frame.stage++] = {placeOf(stretch), form};
-                continue;
-            }
-        }
-        ++frame.stage;
-        push(operand, {Destination::Where::Fresh, form});
-        return false;
-    }
+    while (frame.stage < wanted.size())
+        if (!fetchNext(wanted.begin()[frame.stage]))
+            return false;
     return true;
 }
 
-void Compiler::deliverNumber(Destination to)
+bool Compiler::fetchNext(Form form)
 {
+    Frame& frame = frames.back();
+    const std::uint32_t i = frame.stage++;
+    const NodeIndex operand = graph.resolved(graph.child(frame.node, i));
+    const GraphNode& node = graph.nodes[operand];
+    if (!node.constant && node.task != NodeTask::Time && node.isApart) {
+        const std::uint32_t stretch = typedStretch(operand);
+        if (program.stretches[stretch].form == form) {
+            frame.operands[i] = {placeOf(stretch), form};
+            return true;
+        }
+    }
+    push(operand, {Destination::Where::Fresh, form});
+    return false;
+}
+
+// From the accumulator, or what needs no computation from where it is.
+void Compiler::deliverNumber(Destination to, Simple from)
+{
+    const auto move = [&](const Kernel (&kernelsByOperand)[operands], std::uint32_t result) {
+        Instruction& made = emit(kernelsByOperand[indexOf(from.where)]);
+        made.constant = from.constant;
+        made.left = from.place;
+        made.result = result;
+    };
     switch (to.where) {
-    case Destination::Where::Accumulator: return;
+    case Destination::Where::Accumulator:
+        if (from.where != Operand::Accumulator)
+            move(kernels.load, 0);
+        return;
     case Destination::Where::Fresh:
         latest = fresh(Form::Number);
-        emit(kernels.store).result = latest.at;
-        return;
-    case Destination::Where::Place: emit(kernels.store).result = to.place; return;
-    case Destination::Where::PlaceOfSingles: emit(kernels.storeSingle).result = to.place; return;
+        return move(kernels.store, latest.at);
+    case Destination::Where::Place: return move(kernels.store, to.place);
+    case Destination::Where::PlaceOfSingles: return move(kernels.storeSingle, to.place);
     }
 }
 
@@ -479,9 +515,8 @@ void Compiler::deliverRecord(Kernel kernel, Form natural, const void* table)
     pop();
     latest = result;
     if (natural == Form::Number && frame.to.where != Destination::Where::Fresh) {
-        emit(kernels.load[indexOf(Operand::Register)]).left = result.at;
+        deliverNumber(frame.to, {Operand::Register, 0, result.at});
         giveBack(result);
-        deliverNumber(frame.to);
     } else if (!isStraight && (frame.to.where == Destination::Where::Place || frame.to.form != natural)) {
         convert(result, frame.to);
         giveBack(result);

@@ -65,7 +65,9 @@ private:
     void push(NodeIndex node, Destination to);
     void pop() { frames.pop_back(); }
     bool fetch(std::initializer_list<Form> forms);
-    void deliverNumber(Destination to);
+    bool fetchNext(Form form);
+    void deliverNumber(Destination to) { deliverNumber(to, {Operand::Accumulator}); }
+    void deliverNumber(Destination to, Simple from);
     void deliverRecord(Kernel kernel, Form natural, const void* table = nullptr);
     void convert(Place from, Destination to);
     std::optional<Simple> simple(NodeIndex node);

@@ -205,28 +205,54 @@ struct Compute<Number, std::integer_sequence<int, k...>> {
         MARL_GO_ON(operandAt<operand>(step, e, registers, step->left, position + k * lanes, accumulator)...);
     }
 
+    template <Operand operand>
     MARL_KERNEL store(MARL_STATE)
     {
-        (stored(numbersAt(registers, step->result, position + k * lanes), accumulator), ...);
+        (stored(numbersAt(registers, step->result, position + k * lanes),
+                operandAt<operand>(step, e, registers, step->left, position + k * lanes, accumulator)), ...);
         MARL_GO_ON(accumulator...);
     }
 
+    template <Operand operand>
     MARL_KERNEL storeSingle(MARL_STATE)
     {
         double numbers[count];
-        (stored(numbers + k * lanes, accumulator), ...);
+        (stored(numbers + k * lanes,
+                operandAt<operand>(step, e, registers, step->left, position + k * lanes, accumulator)), ...);
         float* result = reinterpret_cast<float*>(registers + step->result) + position;
         for (std::size_t i = 0; i < count; ++i)
             result[i] = single(numbers[i]);
         MARL_GO_ON(accumulator...);
     }
 
+    struct Times {
+        const double* times;
+        double at(std::size_t i) const { return times[i]; }
+    };
+
+    template <typename Record>
+    struct Constantly {
+        Record record;
+        Record at(std::size_t) const { return record; }
+    };
+
+    template <Form form, RecordOperand operand>
+    static auto recordsOf(const Instruction* step, const Evaluation* e, std::byte* registers, std::uint32_t place)
+    {
+        if constexpr (operand == RecordOperand::Register)
+            return Arrays<form>(registers + place);
+        else if constexpr (operand == RecordOperand::Time)
+            return Times{e->times};
+        else
+            return Constantly<RecordOf<form>>{*std::get_if<RecordOf<form>>(static_cast<const Plain*>(step->table))};
+    }
+
     // A rule on records. Nothing here can fail, and no row knows the others.
-    template <auto rule, Form left, Form right, Form result>
+    template <auto rule, Form left, RecordOperand leftOperand, Form right, RecordOperand rightOperand, Form result>
     [[gnu::flatten]] MARL_KERNEL combine(MARL_STATE)
     {
-        const Arrays<left> lefts(registers + step->left);
-        const Arrays<right> rights(registers + step->right);
+        const auto lefts = recordsOf<left, leftOperand>(step, e, registers, step->left);
+        const auto rights = recordsOf<right, rightOperand>(step, e, registers, step->right);
         if constexpr (result == Form::Number) {
             double numbers[count];
             MARL_SIDE_BY_SIDE
@@ -399,7 +425,7 @@ struct Compute<Number, std::integer_sequence<int, k...>> {
 
     MARL_KERNEL finishColumn(MARL_STATE)
     {
-        double* column = e->columns[step->result] + position;
+        double* column = atOneTime ? &e->number : e->columns[step->result] + position;
         (stored(column + k * lanes, accumulator), ...);
         MARL_JUMP again(step, e, registers, position, accumulator...);
     }
@@ -442,21 +468,39 @@ constexpr Form formOf()
         return Form::Transform;
 }
 
-template <auto rule, int left, int right>
-RecordKernel recordKernel()
+// Times are numbers, and what is constant on both sides was computed when it was compiled.
+template <typename Record, RecordOperand operand>
+constexpr bool hasOperand = operand == RecordOperand::Register || std::is_same_v<Record, double>
+    || (operand == RecordOperand::Constant && (std::is_same_v<Record, TracePoint> || std::is_same_v<Record, Color>));
+
+template <auto rule, int left, int right, int... i>
+RecordKernel recordKernel(std::integer_sequence<int, i...>)
 {
     using Left = std::variant_alternative_t<left, Plain>;
     using Right = std::variant_alternative_t<right, Plain>;
     constexpr bool isNumbers = std::is_same_v<Left, double> && std::is_same_v<Right, double>;
-    if constexpr (!std::is_invocable_v<decltype(rule), const Left&, const Right&> || isNumbers) {
-        return {};
-    } else {
+    RecordKernel row{};
+    if constexpr (std::is_invocable_v<decltype(rule), const Left&, const Right&> && !isNumbers) {
         constexpr bool moves = std::is_same_v<Left, TraceTransform> || std::is_same_v<Right, TraceTransform>;
-        constexpr Form leftForm = formOf<Left, moves>(), rightForm = formOf<Right, moves>();
         using Result = std::invoke_result_t<decltype(rule), const Left&, const Right&>;
+        constexpr Form leftForm = formOf<Left, moves>(), rightForm = formOf<Right, moves>();
         constexpr Form result = formOf<Result, std::is_same_v<Left, TraceTransform>>();
-        return {MARL_BOTH(template combine<rule, leftForm, rightForm, result>), leftForm, rightForm, result};
+        row.left = leftForm;
+        row.right = rightForm;
+        row.result = result;
+        const auto add = [&]<RecordOperand leftOperand, RecordOperand rightOperand>(
+                             std::integral_constant<RecordOperand, leftOperand>,
+                             std::integral_constant<RecordOperand, rightOperand>) {
+            constexpr bool isConstant = leftOperand == RecordOperand::Constant && rightOperand == RecordOperand::Constant;
+            if constexpr (hasOperand<Left, leftOperand> && hasOperand<Right, rightOperand> && !isConstant)
+                row.kernels[static_cast<int>(leftOperand)][static_cast<int>(rightOperand)] =
+                    MARL_BOTH(template combine<rule, leftForm, leftOperand, rightForm, rightOperand, result>);
+        };
+        (add(std::integral_constant<RecordOperand, RecordOperand(i / recordOperands)>(),
+             std::integral_constant<RecordOperand, RecordOperand(i % recordOperands)>()),
+         ...);
     }
+    return row;
 }
 
 template <int... i>
@@ -467,10 +511,20 @@ void addNumberKernels(Kernels& all, std::integer_sequence<int, i...>)
      ...);
 }
 
+template <int... i>
+void addOperandKernels(Kernels& all, std::integer_sequence<int, i...>)
+{
+    ((all.load[i] = MARL_BOTH(template load<Operand(i)>)), ...);
+    ((all.store[i] = MARL_BOTH(template store<Operand(i)>)), ...);
+    ((all.storeSingle[i] = MARL_BOTH(template storeSingle<Operand(i)>)), ...);
+}
+
 template <auto rule, int... i>
 void addRecordKernels(RecordKernel (&rows)[typedKinds][typedKinds], std::integer_sequence<int, i...>)
 {
-    ((rows[i / typedKinds][i % typedKinds] = recordKernel<rule, i / typedKinds, i % typedKinds>()), ...);
+    ((rows[i / typedKinds][i % typedKinds] = recordKernel<rule, i / typedKinds, i % typedKinds>(
+          std::make_integer_sequence<int, recordOperands * recordOperands>())),
+     ...);
 }
 
 template <int... i>
@@ -485,9 +539,8 @@ Kernels allKernels()
 {
     Kernels all;
     all.timesAtOnce = AtTimes::count;
-    all.run = [](Evaluation& e, const Instruction* step, std::size_t position, bool atOneTime) {
-        atOneTime ? AtOneTime::run(e, step, position) : AtTimes::run(e, step, position);
-    };
+    all.runAtOneTime = AtOneTime::run;
+    all.runAtTimes = AtTimes::run;
 
     addNumberKernels(all, std::make_integer_sequence<int, numberRules * operands * operands>());
     all.functions[static_cast<int>(NumberFunction::Square)] = MARL_BOTH(template apply<NumberFunction::Square>);
@@ -495,11 +548,7 @@ Kernels allKernels()
     all.functions[static_cast<int>(NumberFunction::Sine)] = MARL_BOTH(template apply<NumberFunction::Sine>);
     all.functions[static_cast<int>(NumberFunction::Cosine)] = MARL_BOTH(template apply<NumberFunction::Cosine>);
     all.functions[static_cast<int>(NumberFunction::Negative)] = MARL_BOTH(template apply<NumberFunction::Negative>);
-    all.load[static_cast<int>(Operand::Register)] = MARL_BOTH(template load<Operand::Register>);
-    all.load[static_cast<int>(Operand::Constant)] = MARL_BOTH(template load<Operand::Constant>);
-    all.load[static_cast<int>(Operand::Time)] = MARL_BOTH(template load<Operand::Time>);
-    all.store = MARL_BOTH(store);
-    all.storeSingle = MARL_BOTH(storeSingle);
+    addOperandKernels(all, std::make_integer_sequence<int, operands>());
     all.uniform = MARL_BOTH(blendByShare);
 
     constexpr auto pairs = std::make_integer_sequence<int, typedKinds * typedKinds>();
@@ -516,7 +565,8 @@ Kernels allKernels()
         MARL_BOTH(template change<Rule::negative, Form::Transform, Form::Transform>);
     all.length = MARL_BOTH(template change<lengthOf, Form::Vector, Form::Number>);
     all.noise = MARL_BOTH(noiseOfVectors);
-    all.cross = MARL_BOTH(template combine<crossOf, Form::Vector, Form::Vector, Form::Vector>);
+    all.cross = MARL_BOTH(template combine<crossOf, Form::Vector, RecordOperand::Register, Form::Vector,
+                                           RecordOperand::Register, Form::Vector>);
     all.narrowed = MARL_BOTH(template change<itself, Form::WideVector, Form::Vector>);
     all.widened = MARL_BOTH(template change<itself, Form::Vector, Form::WideVector>);
 

@@ -100,6 +100,7 @@ struct Evaluation {
     std::byte* registers = nullptr;
     const double* times = nullptr;      // of the block, the last one repeated up to a full step
     double* const* columns = nullptr;   // where numbers go that nothing else needs, at the block's first time
+    double number = 0;                  // such a number at one time
     const Stretch* stretches = nullptr;
     StretchState* states = nullptr;       // of the stretches
     std::uint64_t block = 0;       // the number of the block
@@ -140,23 +141,28 @@ inline constexpr int numberFunctions = 5;
 enum class RecordRule : unsigned char { Sum, Difference, Product, Quotient };
 inline constexpr int recordRules = 4;
 
+// Where a kernel for records finds an operand: numbers, vectors and colors that do not change are read from
+// the instruction, times from where they are.
+enum class RecordOperand : unsigned char { Register, Constant, Time };
+inline constexpr int recordOperands = 3;
+
 // A rule on records and the forms in which it takes and gives them; a number is given in the accumulator.
 struct RecordKernel {
-    Kernel kernel;
+    Kernel kernels[recordOperands][recordOperands];
     Form left, right, result;
-    bool exists() const { return kernel.atTimes != nullptr; }
 };
 
 // All kernels of one instruction set.
 struct Kernels {
     std::size_t timesAtOnce;
-    void (*run)(Evaluation&, const Instruction*, std::size_t position, bool atOneTime);
+    void (*runAtOneTime)(Evaluation&, const Instruction*, std::size_t position);
+    void (*runAtTimes)(Evaluation&, const Instruction*, std::size_t position);
 
     Kernel numbers[numberRules][operands][operands];
     Kernel functions[numberFunctions];
-    Kernel load[operands]; // the accumulator from a register, a constant or the time
-    Kernel store;          // the accumulator to a register
-    Kernel storeSingle;    // rounded, to an array of floats
+    Kernel load[operands];        // to the accumulator
+    Kernel store[operands];       // to a register
+    Kernel storeSingle[operands]; // rounded, to an array of floats
     Kernel uniform;        // left register and accumulator, by a constant share
 
     RecordKernel records[recordRules][typedKinds][typedKinds];

@@ -62,6 +62,7 @@ private:
     void copyToColumn(const Stretch& stretch, Column::Data& column, std::size_t start);
 
     void computeTyped(std::uint32_t stretch, bool atOneTime, std::size_t position);
+    void run(const Instruction* instruction, std::size_t position, bool atOneTime);
     void markDone(const TypedFrame& frame);
     Value typedValue(std::uint32_t stretch, std::size_t time) const;
     Value constantValue(std::uint32_t constant) const;
@@ -86,10 +87,8 @@ private:
     std::vector<StretchState> states;
     std::vector<TypedFrame> typedFrames;
     std::vector<double*> columnPlaces;
-    std::vector<double*> oneTimePlaces; // where stretches that fill columns put the number of one time
     double paddedTimes[blockLength];
     double oneTime = 0;
-    double oneNumber = 0;
 
     std::uint64_t batch = 0;
     std::size_t genericTime = 0; // of the block

@@ -78,6 +78,8 @@ struct CompiledRoot {
     Typed kind = Typed::Number; // of a constant or typed one
     bool fillsColumn = false;   // its stretch writes numbers to the column and nowhere else
     bool varies = false;
+    bool isAlone = false;       // it fills a column and needs no other stretch
+    const Instruction* instruction = nullptr; // then: its first
     int height = 0;
 };
 
