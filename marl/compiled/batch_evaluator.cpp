@@ -1,7 +1,7 @@
 // Batches, their blocks, and what typed stretches need of each other.
 #include <marl/compiled/batch_evaluator.h>
 
-#include <marl/compiled/detail/arithmetic_environment.h>
+#include <marl/value/detail/arithmetic_environment.h>
 #include <marl/compiled/detail/machine.h>
 #include <marl/visitor/calculation_visitor.h>
 

@@ -1,6 +1,6 @@
 #include <marl/compiled/compiled_expressions.h>
 
-#include <marl/compiled/detail/arithmetic_environment.h>
+#include <marl/value/detail/arithmetic_environment.h>
 #include <marl/compiled/detail/compiler.h>
 
 namespace Marl {
