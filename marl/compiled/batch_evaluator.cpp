@@ -180,6 +180,10 @@ void BatchEvaluator::Machine::evaluateBlock(std::size_t start)
         } else if (root.source.where == Source::Where::Typed) {
             if (root.fillsColumn)
                 columnPlaces[i] = column.records<double>() + start;
+            if (root.isAlone && !atOneTime) {
+                program->kernels->runAtTimes(typed, root.instruction, 0);
+                continue;
+            }
             computeTyped(root.source.index, atOneTime, 0);
             if (root.fillsColumn && atOneTime)
                 *columnPlaces[i] = typed.number;

@@ -35,6 +35,18 @@ std::optional<NumberRule> numberRule(TOKENTYPE op)
     return std::nullopt;
 }
 
+std::optional<Joined> wayToJoin(NumberRule rule, bool isRight)
+{
+    switch (rule) {
+    case NumberRule::Sum: return Joined::Add;
+    case NumberRule::Difference: return isRight ? Joined::Subtract : Joined::SubtractFrom;
+    case NumberRule::Product: return Joined::Multiply;
+    case NumberRule::Quotient:
+    case NumberRule::Power: return std::nullopt;
+    }
+    return std::nullopt;
+}
+
 RecordRule recordRule(TOKENTYPE op)
 {
     switch (op) {
@@ -162,6 +174,8 @@ std::optional<Compiler::Simple> Compiler::simple(NodeIndex node)
 {
     node = graph.resolved(node);
     const GraphNode& described = graph.nodes[node];
+    if (described.kind != Typed::Number)
+        return std::nullopt;
     if (described.constant)
         return Simple{Operand::Constant, *std::get_if<double>(described.constant)};
     if (described.task == NodeTask::Time)
@@ -302,6 +316,8 @@ void Compiler::operateOnNumbers(NumberRule rule)
     const NodeIndex left = graph.child(frame.node, 0), right = graph.child(frame.node, 1);
     auto first = simple(left), second = simple(right);
     const bool bothComputed = !first && !second;
+    if (bothComputed && joinOperand(rule, left, right))
+        return;
     if (frame.stage == 0 && bothComputed) {
         // The one that takes more registers while nothing waits.
         frame.rightFirst = graph.nodes[graph.resolved(right)].need > graph.nodes[graph.resolved(left)].need;
@@ -327,6 +343,43 @@ void Compiler::operateOnNumbers(NumberRule rule)
     giveBack(frame.operands[0]);
     deliverNumber(frame.to);
     pop();
+}
+
+// Where one operand is computed from two numbers that are there, it is computed together with the operator.
+// True when that was done, or begun with the other operand.
+bool Compiler::joinOperand(NumberRule rule, NodeIndex left, NodeIndex right)
+{
+    Frame& frame = frames.back();
+    const bool isRight = isShort(right);
+    const auto way = wayToJoin(rule, isRight);
+    if (!way || frame.stage == 1 || (!isRight && !isShort(left)))
+        return false;
+    if (frame.stage == 0) {
+        frame.stage = 3;
+        push(isRight ? left : right, {Destination::Where::Accumulator});
+        return true;
+    }
+    if (frame.stage != 3)
+        return false;
+    const NodeIndex operand = graph.resolved(isRight ? right : left);
+    const Simple l = *simple(graph.child(operand, 0)), r = *simple(graph.child(operand, 1));
+    const NumberRule inner = *numberRule(operatorOf(graph.nodes[operand]));
+    Instruction& made = emit(kernels.joined[indexOf(*way)][indexOf(inner)][indexOf(l.where)][indexOf(r.where)]);
+    made.constant = l.where == Operand::Constant ? l.constant : r.constant;
+    made.left = l.place;
+    made.right = r.place;
+    deliverNumber(frame.to);
+    pop();
+    return true;
+}
+
+// Whether a node is one operator on two numbers that need no computation.
+bool Compiler::isShort(NodeIndex index)
+{
+    index = graph.resolved(index);
+    const GraphNode& node = graph.nodes[index];
+    return node.task == NodeTask::Operate && node.kind == Typed::Number && simple(graph.child(index, 0))
+        && simple(graph.child(index, 1));
 }
 
 void Compiler::combineRecords(const RecordKernel& rule)

@@ -59,6 +59,8 @@ private:
     void advance();
     void deliverKnown(NodeIndex node, Destination to);
     void operateOnNumbers(NumberRule rule);
+    bool joinOperand(NumberRule rule, NodeIndex left, NodeIndex right);
+    bool isShort(NodeIndex node);
     void combineRecords(const RecordKernel& rule);
     void call();
     void fillComponents();

@@ -151,6 +151,29 @@ struct Compute<Number, std::integer_sequence<int, k...>> {
             operandAt<right>(step, e, registers, step->right, position + k * lanes, accumulator))...);
     }
 
+    template <Joined way, NumberRule rule>
+    static Number joinedTo(Number accumulator, Number l, Number r)
+    {
+        const Number operand = applied<rule>(l, r);
+        if constexpr (way == Joined::Add)
+            return accumulator + operand;
+        else if constexpr (way == Joined::Subtract)
+            return accumulator - operand;
+        else if constexpr (way == Joined::SubtractFrom)
+            return operand - accumulator;
+        else
+            return accumulator * operand;
+    }
+
+    template <Joined way, NumberRule rule, Operand left, Operand right>
+    MARL_KERNEL join(MARL_STATE)
+    {
+        MARL_GO_ON(joinedTo<way, rule>(
+            accumulator,
+            operandAt<left>(step, e, registers, step->left, position + k * lanes, accumulator),
+            operandAt<right>(step, e, registers, step->right, position + k * lanes, accumulator))...);
+    }
+
     // The C library computes one number after the other, and only those that are asked for.
     template <Operand left, Operand right>
     MARL_KERNEL raise(MARL_STATE)
@@ -503,6 +526,27 @@ RecordKernel recordKernel(std::integer_sequence<int, i...>)
     return row;
 }
 
+template <Joined way, NumberRule rule, int left, int right>
+Kernel joinedKernel()
+{
+    constexpr bool hasAccumulator = Operand(left) == Operand::Accumulator || Operand(right) == Operand::Accumulator;
+    constexpr bool isConstant = Operand(left) == Operand::Constant && Operand(right) == Operand::Constant;
+    if constexpr (hasAccumulator || isConstant)
+        return {};
+    else
+        return MARL_BOTH(template join<way, rule, Operand(left), Operand(right)>);
+}
+
+template <int... i>
+void addJoinedKernels(Kernels& all, std::integer_sequence<int, i...>)
+{
+    constexpr int pairs = operands * operands;
+    ((all.joined[i / pairs / joinedRules][i / pairs % joinedRules][i / operands % operands][i % operands] =
+          joinedKernel<Joined(i / pairs / joinedRules), NumberRule(i / pairs % joinedRules), i / operands % operands,
+                       i % operands>()),
+     ...);
+}
+
 template <int... i>
 void addNumberKernels(Kernels& all, std::integer_sequence<int, i...>)
 {
@@ -543,6 +587,7 @@ Kernels allKernels()
     all.runAtTimes = AtTimes::run;
 
     addNumberKernels(all, std::make_integer_sequence<int, numberRules * operands * operands>());
+    addJoinedKernels(all, std::make_integer_sequence<int, waysToJoin * joinedRules * operands * operands>());
     all.functions[static_cast<int>(NumberFunction::Square)] = MARL_BOTH(template apply<NumberFunction::Square>);
     all.functions[static_cast<int>(NumberFunction::SquareRoot)] = MARL_BOTH(template apply<NumberFunction::SquareRoot>);
     all.functions[static_cast<int>(NumberFunction::Sine)] = MARL_BOTH(template apply<NumberFunction::Sine>);

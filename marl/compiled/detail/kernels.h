@@ -135,6 +135,11 @@ inline constexpr int operands = 4;
 enum class NumberRule : unsigned char { Sum, Difference, Product, Quotient, Power };
 inline constexpr int numberRules = 5;
 
+// How the accumulator is combined with two further numbers in one go: with what a rule makes of them.
+enum class Joined : unsigned char { Add, Subtract, SubtractFrom, Multiply };
+inline constexpr int waysToJoin = 4;
+inline constexpr int joinedRules = 4; // those before Power
+
 enum class NumberFunction : unsigned char { Square, SquareRoot, Sine, Cosine, Negative };
 inline constexpr int numberFunctions = 5;
 
@@ -159,6 +164,7 @@ struct Kernels {
     void (*runAtTimes)(Evaluation&, const Instruction*, std::size_t position);
 
     Kernel numbers[numberRules][operands][operands];
+    Kernel joined[waysToJoin][joinedRules][operands][operands];
     Kernel functions[numberFunctions];
     Kernel load[operands];        // to the accumulator
     Kernel store[operands];       // to a register
