@@ -492,9 +492,15 @@ void Graph::type(NodeIndex index)
         break;
     case NodeTask::Keys: {
         const Typed kind = nodes[below[0]].kind;
-        const bool isKnown = node.childCount == node.keyCount;
-        if (isKnown && std::ranges::all_of(below, [&](NodeIndex i) { return nodes[i].kind == kind; }))
-            gives(kind);
+        const auto values = below.first(node.keyCount);
+        const auto times = below.subspan(node.keyCount);
+        const bool areAlike = std::ranges::all_of(values, [&](NodeIndex i) { return nodes[i].kind == kind; });
+        const bool areConstant = std::ranges::all_of(values, [&](NodeIndex i) { return nodes[i].constant != nullptr; });
+        if (!areAlike || times.size() == 1 || (!times.empty() && !areConstant))
+            return;
+        for (std::uint32_t i = node.keyCount; i < node.childCount; ++i)
+            replaceOtherKinds(index, i, Number);
+        gives(kind);
         return;
     }
     default: return;
@@ -674,7 +680,7 @@ void Graph::countUsers()
         const bool isSelective = nodes[node].task == NodeTask::Keys || nodes[node].task == NodeTask::Element;
         for (std::uint32_t i = 0; i < nodes[node].childCount; ++i) {
             const NodeIndex below = child(node, i);
-            const bool isLast = nodes[node].task == NodeTask::Element ? i >= nodes[node].keyCount : i < nodes[node].keyCount;
+            const bool isLast = (nodes[node].task == NodeTask::Element) == (i >= nodes[node].keyCount);
             const bool isMixed = !nodes[node].isTyped && nodes[resolved(below)].isTyped;
             const bool isOnceABatch = nodes[node].varies && !nodes[below].varies && !nodes[below].isTyped;
             reach(below, (isSelective && isLast) || isMixed || isOnceABatch);

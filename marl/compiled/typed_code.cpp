@@ -109,7 +109,7 @@ void Compiler::addNeeds(NodeIndex root)
     while (!pending.empty()) {
         const NodeIndex node = pending.back();
         pending.pop_back();
-        if (graph.nodes[node].task == NodeTask::Keys) {
+        if (graph.nodes[node].task == NodeTask::Keys && timesOf(node) == 0) {
             const TypedKeys& keys = keysOf(node);
             if (std::ranges::any_of(keys.sources, [](const KeySource& s) { return s.stretch != KeySource::none; }))
                 emit(kernels.needKeys).table = &keys;
@@ -135,9 +135,10 @@ const TypedKeys& Compiler::keysOf(NodeIndex node)
         return *known->second;
     TypedKeys& keys = program.typedKeys.emplace_back();
     known->second = &keys;
-    keys.times = &static_cast<const InterpolateExpressionAST*>(graph.nodes[node].expression)->constantTimes().times;
-    bool areNumbers = true;
-    for (const NodeIndex below : graph.childrenOf(node)) {
+    if (timesOf(node) == 0)
+        keys.times = &static_cast<const InterpolateExpressionAST*>(graph.nodes[node].expression)->constantTimes().times;
+    bool areNumbers = timesOf(node) == 0;
+    for (const NodeIndex below : graph.childrenOf(node).first(graph.nodes[node].keyCount)) {
         const NodeIndex value = graph.resolved(below);
         KeySource& source = keys.sources.emplace_back();
         if (const Plain* constant = graph.nodes[value].constant) {
@@ -278,6 +279,8 @@ void Compiler::advance()
     case NodeTask::Matrix:
     case NodeTask::Transform: return fillComponents();
     case NodeTask::Keys: {
+        if (timesOf(index) > 0)
+            return blendVaryingKeys();
         const TypedKeys& keys = keysOf(index);
         if (keys.numbers.empty())
             return deliverRecord(kernels.keys[indexOf(formOf(node.kind))], formOf(node.kind), &keys);
@@ -472,6 +475,23 @@ void Compiler::call()
     case Builtin::Sample:
     case Builtin::Pi: return pop(); // no calls
     }
+}
+
+// Times that vary are computed one after the other; each narrows down which keys are around the block's times.
+void Compiler::blendVaryingKeys()
+{
+    Frame& frame = frames.back();
+    const GraphNode& node = graph.nodes[frame.node];
+    if (frame.stage == 0)
+        frame.operands[0] = fresh(Form::WideVector);
+    if (frame.stage > 0) {
+        Instruction& made = emit(kernels.keyTime);
+        made.constant = frame.stage - 1;
+        made.result = frame.operands[0].at;
+    }
+    if (frame.stage < timesOf(frame.node))
+        return push(graph.child(frame.node, node.keyCount + frame.stage++), {Destination::Where::Accumulator});
+    deliverRecord(kernels.varyingKeys[indexOf(formOf(node.kind))], formOf(node.kind), &keysOf(frame.node));
 }
 
 // A literal's parts are computed straight to where they belong.

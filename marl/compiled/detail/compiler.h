@@ -63,6 +63,7 @@ private:
     bool isShort(NodeIndex node);
     void combineRecords(const RecordKernel& rule);
     void call();
+    void blendVaryingKeys();
     void fillComponents();
     void push(NodeIndex node, Destination to);
     void pop() { frames.pop_back(); }

@@ -324,14 +324,15 @@ struct Compute<Number, std::integer_sequence<int, k...>> {
 
     MARL_KERNEL noiseOfVectors(MARL_STATE)
     {
-        double numbers[count];
+        double numbers[count] = {};
         if constexpr (atOneTime) {
             numbers[0] = widened(noise(narrowed(Arrays<Form::Vector>(registers + step->left).at(position))));
         } else {
             float* results = reinterpret_cast<float*>(e->kept);
             const float* x = reinterpret_cast<const float*>(registers + step->left) + position;
-            noise(x, x + blockLength, x + 2 * blockLength, results, static_cast<int>(count));
-            for (std::size_t i = 0; i < count; ++i)
+            const std::size_t asked = wanted(e, position);
+            noise(x, x + blockLength, x + 2 * blockLength, results, static_cast<int>(asked));
+            for (std::size_t i = 0; i < asked; ++i)
                 numbers[i] = widened(results[i]);
         }
         MARL_GO_ON(loaded(numbers + k * lanes)...);
@@ -426,6 +427,61 @@ struct Compute<Number, std::integer_sequence<int, k...>> {
                 : blend(keys.numbers[bracket.earlier], keys.numbers[bracket.later], bracket.factor);
         }
         MARL_GO_ON(loaded(numbers + k * lanes)...);
+    }
+
+    // While times that vary are computed one key after the other, three arrays say of each time of the block
+    // what the last key's time was, which key's is the pair around it, and how far it is on the way between
+    // the two. The first key's number, and what lies before all of them, is not found by its neighbors.
+    static constexpr double notFound = -1, beforeAll = -2;
+
+    struct FoundKeys {
+        FoundKeys(std::byte* registers, std::uint32_t place)
+            : previous(reinterpret_cast<double*>(registers + place)), earlier(previous + blockLength),
+              factor(earlier + blockLength)
+        {}
+        double *previous, *earlier, *factor;
+    };
+
+    // The times may come in any order, some perhaps NaN: the first neighbors that have the time between them
+    // count.
+    MARL_KERNEL nextKeyTime(MARL_STATE)
+    {
+        double keyTimes[count];
+        (stored(keyTimes + k * lanes, accumulator), ...);
+        const FoundKeys found(registers, step->result);
+        const double key = step->constant;
+        for (std::size_t i = 0; i < count; ++i) {
+            const std::size_t at = position + i;
+            const double time = e->times[at];
+            if (key == 0) {
+                found.earlier[at] = time > keyTimes[i] ? notFound : beforeAll;
+            } else if (found.earlier[at] == notFound && time >= found.previous[at] && !(time >= keyTimes[i])) {
+                found.earlier[at] = key - 1;
+                found.factor[at] = share(found.previous[at], time, keyTimes[i]);
+            }
+            found.previous[at] = keyTimes[i];
+        }
+        MARL_GO_ON(accumulator...);
+    }
+
+    template <Form form>
+    MARL_KERNEL blendVaryingKeys(MARL_STATE)
+    {
+        const TypedKeys& keys = *static_cast<const TypedKeys*>(step->table);
+        const FoundKeys found(registers, step->left);
+        Arrays<form> results(registers + step->result);
+        const auto valueOf = [&](std::size_t key) { return *std::get_if<RecordOf<form>>(&keys.sources[key].constant); };
+        for (std::size_t i = position; i < position + count; ++i) {
+            if (found.earlier[i] == beforeAll) {
+                results.put(i, valueOf(0));
+            } else if (e->times[i] >= found.previous[i]) {
+                results.put(i, valueOf(keys.sources.size() - 1));
+            } else {
+                const auto earlier = static_cast<std::size_t>(found.earlier[i]);
+                results.put(i, e->holds ? valueOf(earlier) : blend(valueOf(earlier), valueOf(earlier + 1), found.factor[i]));
+            }
+        }
+        MARL_GO_ON(accumulator...);
     }
 
     // Goes back to where the stretch began until all times of the block are computed.
@@ -576,6 +632,7 @@ void addFormKernels(Kernels& all, std::integer_sequence<int, i...>)
 {
     ((all.fill[i] = MARL_BOTH(template fill<Form(i)>)), ...);
     ((all.keys[i] = MARL_BOTH(template blendKeys<Form(i)>)), ...);
+    ((all.varyingKeys[i] = MARL_BOTH(template blendVaryingKeys<Form(i)>)), ...);
     ((all.copy[i] = MARL_BOTH(template change<itself, Form(i), Form(i)>)), ...);
 }
 
@@ -617,6 +674,7 @@ Kernels allKernels()
 
     all.need = MARL_BOTH(need);
     all.needKeys = MARL_BOTH(needKeys);
+    all.keyTime = MARL_BOTH(nextKeyTime);
     all.numberKeys = MARL_BOTH(blendNumberKeys);
     all.finish = MARL_BOTH(finish);
     all.finishNumber = MARL_BOTH(finishNumber);

@@ -58,9 +58,9 @@ struct KeySource {
     Plain constant;
 };
 
-// A curve whose times are constant and whose values are typed.
+// A curve whose values are typed. Where its times vary, all values are constant.
 struct TypedKeys {
-    const KeyTimes* times = nullptr;
+    const KeyTimes* times = nullptr; // unless they vary
     std::vector<KeySource> sources;
     std::vector<double> numbers; // of a curve whose values are constant numbers
 };
@@ -183,6 +183,8 @@ struct Kernels {
     Kernel needKeys;     // those around the times
     Kernel keys[forms];
     Kernel numberKeys;   // constant ones, to the accumulator
+    Kernel keyTime;      // the next one of times that vary
+    Kernel varyingKeys[forms];
     Kernel finish;       // a stretch
     Kernel finishNumber; // whose result is the accumulator
     Kernel finishColumn; // which goes to a column
