@@ -22,6 +22,7 @@ using Lane = double __attribute__((vector_size(32)));
 } // namespace Marl
 
 #include <marl/compiled/detail/kernel_source.h>
+#include <marl/compiled/detail/kernel_table.h>
 
 namespace Marl {
 

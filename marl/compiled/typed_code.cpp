@@ -7,6 +7,7 @@
 #include <marl/value/detail/functions.h>
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace Marl {
@@ -15,7 +16,8 @@ namespace {
 
 Form formOf(Typed kind)
 {
-    constexpr Form wideForms[] = {Form::Number, Form::WideVector, Form::Matrix, Form::Color, Form::AColor, Form::Transform};
+    constexpr Form wideForms[] = {Form::Number, Form::WideVector, Form::Matrix,
+                                  Form::Color,  Form::AColor,     Form::Transform};
     return wideForms[static_cast<int>(kind)];
 }
 
@@ -136,7 +138,8 @@ const TypedKeys& Compiler::keysOf(NodeIndex node)
     TypedKeys& keys = program.typedKeys.emplace_back();
     known->second = &keys;
     if (timesOf(node) == 0)
-        keys.times = &static_cast<const InterpolateExpressionAST*>(graph.nodes[node].expression)->constantTimes().times;
+        keys.times =
+            &static_cast<const InterpolateExpressionAST*>(graph.nodes[node].expression)->constantTimes().times;
     bool areNumbers = timesOf(node) == 0;
     for (const NodeIndex below : graph.childrenOf(node).first(graph.nodes[node].keyCount)) {
         const NodeIndex value = graph.resolved(below);
@@ -202,11 +205,22 @@ std::uint32_t Compiler::placeOf(std::uint32_t stretch)
     return place;
 }
 
+// Where the records of expressions lie that nobody else needs; they are copied to their columns at once.
+std::uint32_t Compiler::placeOfRoots(Form form)
+{
+    std::uint32_t& place = rootPlaces[indexOf(form)];
+    if (place == noPlace)
+        place = reserve(form);
+    return place;
+}
+
 std::uint32_t Compiler::reserve(Form form)
 {
-    const auto place = static_cast<std::uint32_t>(program.registersSize);
+    const std::size_t place = program.registersSize;
+    if (place > noPlace - sizeOfForm(form)) // instructions have 32 bits for a place
+        throw std::bad_alloc();
     program.registersSize += sizeOfForm(form);
-    return place;
+    return static_cast<std::uint32_t>(place);
 }
 
 Compiler::Place Compiler::fresh(Form form)
@@ -393,7 +407,8 @@ void Compiler::combineRecords(const RecordKernel& rule)
     const Plain* constant = nullptr;
     for (std::uint32_t i = 0; i < 2; ++i) {
         const GraphNode& operand = graph.nodes[graph.resolved(graph.child(frame.node, i))];
-        const bool isShort = operand.kind == Typed::Number || operand.kind == Typed::Vector || operand.kind == Typed::Color;
+        const bool isShort =
+            operand.kind == Typed::Number || operand.kind == Typed::Vector || operand.kind == Typed::Color;
         where[i] = operand.constant && isShort ? RecordOperand::Constant
             : operand.task == NodeTask::Time   ? RecordOperand::Time
                                                : RecordOperand::Register;
@@ -553,7 +568,7 @@ bool Compiler::fetchNext(Form form)
 // From the accumulator, or what needs no computation from where it is.
 void Compiler::deliverNumber(Destination to, Simple from)
 {
-    const auto move = [&](const Kernel (&kernelsByOperand)[operands], std::uint32_t result) {
+    const auto move = [&](const Kernel(&kernelsByOperand)[operands], std::uint32_t result) {
         Instruction& made = emit(kernelsByOperand[indexOf(from.where)]);
         made.constant = from.constant;
         made.left = from.place;
@@ -564,9 +579,7 @@ void Compiler::deliverNumber(Destination to, Simple from)
         if (from.where != Operand::Accumulator)
             move(kernels.load, 0);
         return;
-    case Destination::Where::Fresh:
-        latest = fresh(Form::Number);
-        return move(kernels.store, latest.at);
+    case Destination::Where::Fresh: latest = fresh(Form::Number); return move(kernels.store, latest.at);
     case Destination::Where::Place: return move(kernels.store, to.place);
     case Destination::Where::PlaceOfSingles: return move(kernels.storeSingle, to.place);
     }
@@ -599,7 +612,7 @@ void Compiler::deliverRecord(Kernel kernel, Form natural, const void* table)
 void Compiler::convert(Place from, Destination to)
 {
     const Place target = to.where == Destination::Where::Place ? Place{to.place, to.form} : fresh(to.form);
-    Instruction& made = emit(from.form == to.form ? kernels.copy[indexOf(to.form)]
+    Instruction& made = emit(from.form == to.form          ? kernels.copy[indexOf(to.form)]
                                  : to.form == Form::Vector ? kernels.narrowed
                                                            : kernels.widened);
     made.left = from.at;

@@ -78,6 +78,7 @@ private:
     bool isKnown(NodeIndex node) const;
     Instruction& emit(const Kernel& kernel);
     std::uint32_t placeOf(std::uint32_t stretch);
+    std::uint32_t placeOfRoots(Form form);
     std::uint32_t reserve(Form form);
     Place fresh(Form form);
     void giveBack(Place place);
@@ -105,6 +106,7 @@ private:
     std::vector<Frame> frames;
     Place latest; // what the newest computation left in a fresh place
     std::vector<std::uint32_t> freePlaces[forms];
+    std::uint32_t rootPlaces[forms] = {noPlace, noPlace, noPlace, noPlace, noPlace, noPlace, noPlace};
 };
 
 } // namespace Marl

@@ -32,7 +32,10 @@ public:
         if (!arithmeticIsDefault)
             std::fesetenv(FE_DFL_ENV);
     }
-    ~ArithmeticEnvironment() { std::fesetenv(&before); }
+    ~ArithmeticEnvironment()
+    {
+        std::fesetenv(&before);
+    }
 #endif
     ArithmeticEnvironment(const ArithmeticEnvironment&) = delete;
     ArithmeticEnvironment& operator=(const ArithmeticEnvironment&) = delete;
