@@ -130,10 +130,16 @@ void Graph::type(NodeIndex index)
             takes({Number, Number});
             gives(Number);
             break;
-        default:
+        case Builtin::Sqr:
+        case Builtin::Sqrt:
+        case Builtin::Sin:
+        case Builtin::Cos:
             takes({Number});
             gives(Number);
             break;
+        case Builtin::Time:
+        case Builtin::Sample:
+        case Builtin::Pi: return; // no calls
         }
         break;
     case NodeTask::Vector:
@@ -220,10 +226,13 @@ void Graph::computeConstant(NodeIndex index)
         case Builtin::Pow: return makeConstant(index, power(number(0), number(1)));
         case Builtin::Cross: return makeConstant(index, crossProduct(vector(0), vector(1)));
         case Builtin::Uniform: return makeConstant(index, uniform(number(0), number(1), widened(call->sample)));
-        default: return;
+        case Builtin::Time:
+        case Builtin::Sample:
+        case Builtin::Pi: return; // no calls
         }
+        return;
     }
-    default: return;
+    default: return; // no other task is computed from constants
     }
 }
 

@@ -74,7 +74,6 @@ private:
     void leave(Result result);
     void execute(const GenericInstruction& instruction);
     void push(Source source, bool isSurelyNeeded);
-    void pushTyped(std::uint32_t stretch, bool atOneTime);
     void operate(TOKENTYPE op);
     void bracketVarying(const GenericInstruction& instruction);
     void evaluateSelected();
