@@ -29,9 +29,9 @@ TEST(Sharing, OfAChainThatDoublesTakesAStepALink)
     const Times times = {1, -0.0, 3, 0.1, -1e300, 5e-324};
     evaluator.evaluate(times);
     for (std::size_t i = 0; i < times.size(); ++i)
-        for (const int link : {0, 1, 500, links - 1}) {
-            const auto e = static_cast<std::size_t>(link);
-            const double expected = std::ldexp(times[i], static_cast<int>(e) + 1);
+        for (const int index : {0, 1, 500, links - 1}) {
+            const auto e = static_cast<std::size_t>(index);
+            const double expected = std::ldexp(times[i], index + 1);
             EXPECT_EQ(resultOf(evaluator.column(e), i), shown(expected)) << e;
             EXPECT_EQ(resultOf(evaluator, times[i], e), shown(expected)) << e;
         }
