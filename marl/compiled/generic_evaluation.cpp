@@ -2,6 +2,7 @@
 #include <marl/compiled/detail/machine.h>
 
 #include <marl/ast/detail/operations.h>
+#include <marl/compiled/detail/node_class.h>
 #include <marl/value/detail/array_hold.h>
 #include <marl/value/detail/operators.h>
 #include <marl/value/detail/truncation.h>
@@ -206,7 +207,10 @@ void BatchEvaluator::Machine::evaluateSelected()
     const auto element = program->elements.find(selected);
     if (element != program->elements.end())
         return push(element->second, false);
-    stack.push_back(walk(selected));
+    if (classOf(*selected) == NodeClass::Number)
+        stack.emplace_back(static_cast<NumberExpressionAST*>(selected)->number);
+    else
+        stack.push_back(walk(selected));
 }
 
 void BatchEvaluator::Machine::execute(const GenericInstruction& instruction)

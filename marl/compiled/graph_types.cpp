@@ -75,11 +75,11 @@ void Graph::makeConstant(NodeIndex node, const Plain& value)
     made.isTyped = true;
     made.kind = kindOf(value);
     made.constant = &constants.emplace_back(value);
-    made.varies = false;
     made.childCount = 0;
 }
 
-// Where a value of another kind stands, the zero of the kind that is asked for is read.
+// Where a value of another kind stands, the zero of the kind that is asked for is read. How deeply the other
+// value is nested may still vary with time, and so may whether a walk comes to an end.
 void Graph::replaceOtherKinds(NodeIndex node, std::uint32_t i, Typed kind)
 {
     NodeIndex& operand = children[nodes[node].firstChild + i];

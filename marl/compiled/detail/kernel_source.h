@@ -28,6 +28,13 @@
 #define MARL_SIDE_BY_SIDE _Pragma("GCC ivdep")
 #endif
 
+// A rule on records is worth being part of its loop; where kernels return nobody asks how fast they are.
+#if defined(MARL_KERNELS_RETURN)
+#define MARL_WHOLE
+#else
+#define MARL_WHOLE [[gnu::flatten]]
+#endif
+
 // clang-format off
 #define MARL_KERNEL static void
 #define MARL_STATE [[maybe_unused]] const Instruction* step, [[maybe_unused]] Evaluation* e, [[maybe_unused]] std::byte* registers, [[maybe_unused]] std::size_t position, [[maybe_unused]] Same<Number, k>... accumulator
@@ -282,7 +289,7 @@ struct Compute<Number, std::integer_sequence<int, k...>> {
 
     // A rule on records. Nothing here can fail, and no row knows the others.
     template <auto rule, Form left, RecordOperand leftOperand, Form right, RecordOperand rightOperand, Form result>
-    [[gnu::flatten]] MARL_KERNEL combine(MARL_STATE)
+    MARL_WHOLE MARL_KERNEL combine(MARL_STATE)
     {
         const auto lefts = recordsOf<left, leftOperand>(step, e, registers, step->left);
         const auto rights = recordsOf<right, rightOperand>(step, e, registers, step->right);
@@ -303,7 +310,7 @@ struct Compute<Number, std::integer_sequence<int, k...>> {
 
     // A rule on one record.
     template <auto rule, Form operand, Form result>
-    [[gnu::flatten]] MARL_KERNEL change(MARL_STATE)
+    MARL_WHOLE MARL_KERNEL change(MARL_STATE)
     {
         const Arrays<operand> operands(registers + step->left);
         if constexpr (result == Form::Number) {
