@@ -28,6 +28,57 @@ ExpressionAST* behindReferences(ExpressionAST* node)
     return node;
 }
 
+template <typename T>
+bool isInMemory(const ExpressionAST& list)
+{
+    return static_cast<const ListTypeExpressionAST<T>&>(list).loaded != 0;
+}
+
+bool isListInMemory(const ExpressionAST& node)
+{
+    switch (classOf(node)) {
+    case NodeClass::ListVector: return isInMemory<Vector>(node);
+    case NodeClass::ListInt: return isInMemory<int>(node);
+    case NodeClass::ListColor: return isInMemory<Color>(node);
+    case NodeClass::ListFloat: return isInMemory<float>(node);
+    default: return false;
+    }
+}
+
+bool isLiteral(NodeClass nodeClass)
+{
+    return nodeClass == NodeClass::Vector || nodeClass == NodeClass::Matrix || nodeClass == NodeClass::AColor
+        || nodeClass == NodeClass::Transform;
+}
+
+// The element of a node, where it has one there; that it has none is said again when it is evaluated.
+void addElement(ExpressionAST& whole, int position, std::vector<ExpressionAST*>& elements)
+{
+    try {
+        elements.push_back(whole.getElement(position));
+    } catch (const InvalidOpException&) {
+    }
+}
+
+// Of a literal all elements that an index may select; of a data list only the one at a constant index, for the
+// others are made when they are asked for.
+void addSelectable(ExpressionAST& whole, std::optional<int> position, std::vector<ExpressionAST*>& elements)
+{
+    constexpr int mostParts = 4; // of a literal that is no list
+    const NodeClass wholeClass = classOf(whole);
+    if (wholeClass == NodeClass::List) {
+        int i = 0;
+        for (const ListItem* item = static_cast<ListExpressionAST&>(whole).firstItem; item; item = item->next, ++i)
+            if (!position || *position == i)
+                elements.push_back(item->expression);
+    } else if (position && (isLiteral(wholeClass) || isListInMemory(whole))) {
+        addElement(whole, *position, elements);
+    } else if (isLiteral(wholeClass)) {
+        for (int i = 0; i < mostParts; ++i)
+            addElement(whole, i, elements);
+    }
+}
+
 } // namespace
 
 Graph::Graph(std::span<ExpressionAST* const> expressions)
@@ -271,43 +322,12 @@ Graph::Selection Graph::elementsOf(ArrayExpressionAST* array, NodeIndex node)
         }
         selected.isCertain &= position.has_value();
         std::vector<ExpressionAST*> further;
-        for (ExpressionAST* whole : selected.elements) {
-            whole = behindReferences(whole);
-            const NodeClass nodeClass = whole ? classOf(*whole) : NodeClass::Host;
-            selected.asksHost |= nodeClass == NodeClass::Host;
-            int count = 0;
-            switch (nodeClass) {
-            case NodeClass::List:
-                for (const ListItem* item = static_cast<ListExpressionAST*>(whole)->firstItem; item;
-                     item = item->next)
-                    if (!position || *position == count++)
-                        further.push_back(item->expression);
-                continue;
-            case NodeClass::Vector:
-            case NodeClass::Matrix: count = 3; break;
-            case NodeClass::AColor: count = 4; break;
-            case NodeClass::Transform: count = 2; break;
-            case NodeClass::ListVector:
-                count = position && static_cast<ListTypeExpressionAST<Vector>*>(whole)->loaded;
-                break;
-            case NodeClass::ListInt:
-                count = position && static_cast<ListTypeExpressionAST<int>*>(whole)->loaded;
-                break;
-            case NodeClass::ListColor:
-                count = position && static_cast<ListTypeExpressionAST<Color>*>(whole)->loaded;
-                break;
-            case NodeClass::ListFloat:
-                count = position && static_cast<ListTypeExpressionAST<float>*>(whole)->loaded;
-                break;
-            default: break;
-            }
-            if (count == 0)
-                continue;
-            for (int k = position.value_or(0); k < (position ? *position + 1 : count); ++k)
-                try {
-                    further.push_back(whole->getElement(k));
-                } catch (const InvalidOpException&) { // outside: said again when it is evaluated
-                }
+        for (ExpressionAST* selectedBefore : selected.elements) {
+            ExpressionAST* whole = behindReferences(selectedBefore);
+            if (!whole || classOf(*whole) == NodeClass::Host)
+                selected.asksHost = true;
+            else
+                addSelectable(*whole, position, further);
         }
         std::erase(further, nullptr);
         std::sort(further.begin(), further.end());
