@@ -80,6 +80,7 @@ void addExpressions(Suite& suite)
 void addFormulas(const Suite& suite)
 {
     addExpressionRows<MarlFormula>("one time", marl, suite.expressions);
+    addExpressionRows<MarlFormula>("one time", scoped, suite.expressions);
     addFormulaRows<WalkFormula>(walk, suite);
     addFormulaRows<NativeFormula>(native, suite);
     const auto scene = std::make_shared<MarlBatch>(suite.scene);

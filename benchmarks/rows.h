@@ -19,6 +19,7 @@ void addListsAndText();
 void addThreads(const Suite& suite);
 
 inline const Contender marl{"Marl", true}, walk{"walk", true}, native{"C++"};
+inline const Contender scoped{"in a scope", true, [] { return std::make_shared<Marl::ArithmeticScope>(); }};
 
 // One walk as a host does it.
 inline Marl::Value walked(Marl::ExpressionAST* root, double time)

@@ -169,6 +169,8 @@ private:
 struct Contender {
     std::string name;
     bool isMarl = false; // then numbers have the bits of compiled C++, and noise is our noise
+    // What its host opens around a loop of calls.
+    std::function<std::shared_ptr<void>()> surroundings = {};
 };
 
 // Double arithmetic in another order of steps, and arithmetic in single precision.
@@ -255,6 +257,7 @@ benchmark::internal::Benchmark* addRow(const std::string& what, const Contender&
         if (compare && !*comparison)
             *comparison = compare();
         Inputs next = inputs;
+        const auto around = who.surroundings ? who.surroundings() : nullptr;
         for (auto _ : state)
             benchmark::DoNotOptimize(evaluate(next.next()));
         state.counters["values"] = {static_cast<double>(values), benchmark::Counter::kAvgThreads};

@@ -15,5 +15,12 @@ function(marl_target target)
         -ffp-contract=off
         # A square root is one instruction where nobody asks for errno.
         -fno-math-errno
-        $<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize>)
+        $<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize>
+        # Kernels of compiled expressions go on from one to the next by calls that must be jumps;
+        # where -Og does not make them so, they return instead.
+        $<$<CXX_COMPILER_ID:GNU>:-foptimize-sibling-calls>)
+    string(TOUPPER "${CMAKE_BUILD_TYPE}" build_type)
+    if("${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_${build_type}}" MATCHES "-Og")
+        target_compile_definitions(${target} PRIVATE MARL_KERNELS_RETURN=1)
+    endif()
 endfunction()

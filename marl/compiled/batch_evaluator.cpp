@@ -1,9 +1,9 @@
 // Batches, their blocks, and what typed stretches need of each other.
 #include <marl/compiled/batch_evaluator.h>
 
-#include <marl/compiled/detail/arithmetic_environment.h>
 #include <marl/compiled/detail/machine.h>
-#include <marl/visitor/calculation_visitor.h>
+#include <marl/value/detail/arithmetic_environment.h>
+#include <marl/value/detail/failures.h>
 
 #include <algorithm>
 #include <type_traits>
@@ -49,8 +49,8 @@ Value BatchEvaluator::valueAt(double time, std::size_t expression)
 
 BatchEvaluator::Machine::Machine(const CompiledProgram& compiled)
     : columns(compiled.roots.size()), program(&compiled),
-      registers(std::make_unique_for_overwrite<std::byte[]>(compiled.registersSize)), states(compiled.stretches.size()),
-      columnPlaces(compiled.roots.size()), kept(compiled.genericStretches.size())
+      registers(std::make_unique_for_overwrite<std::byte[]>(compiled.registersSize)),
+      states(compiled.stretches.size()), columnPlaces(compiled.roots.size()), kept(compiled.genericStretches.size())
 {
     typed.registers = registers.get();
     typed.stretches = program->stretches.data();
@@ -180,6 +180,10 @@ void BatchEvaluator::Machine::evaluateBlock(std::size_t start)
         } else if (root.source.where == Source::Where::Typed) {
             if (root.fillsColumn)
                 columnPlaces[i] = column.records<double>() + start;
+            if (root.isAlone && !atOneTime) {
+                program->kernels->runAtTimes(typed, root.instruction, 0);
+                continue;
+            }
             computeTyped(root.source.index, atOneTime, 0);
             if (root.fillsColumn && atOneTime)
                 *columnPlaces[i] = typed.number;
@@ -262,13 +266,8 @@ Result BatchEvaluator::Machine::walked(ExpressionAST* expression)
 {
     try {
         if (!expression)
-            throw InvalidOpException("Expression is incomplete.");
-        CalculationVisitor walk;
-        walk.setTimeParam(typed.times[genericTime]);
-        walk.setDontInterpolate(dontInterpolate);
-        walk.setDepthLimit(depthLimit);
-        expression->accept(&walk);
-        return walk.hasResult() ? Result(walk.getResult()) : Result();
+            failIncomplete();
+        return walk(expression);
     } catch (const Exception& failure) {
         return failureOf(failure);
     }

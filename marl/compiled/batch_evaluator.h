@@ -40,7 +40,7 @@ public:
     // Of expressions[expression] at the times of the last evaluate(); valid until the next.
     const Column& column(std::size_t expression) const;
 
-    // One expression at one time, without a column; throws InvalidOpException. The columns stay.
+    // One expression at one time, without a column; throws what the walk throws. The columns stay.
     Value valueAt(double time, std::size_t expression);
 
 private:

@@ -1,7 +1,7 @@
 #include <marl/compiled/compiled_expressions.h>
 
-#include <marl/compiled/detail/arithmetic_environment.h>
 #include <marl/compiled/detail/compiler.h>
+#include <marl/value/detail/arithmetic_environment.h>
 
 namespace Marl {
 

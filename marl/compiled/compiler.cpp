@@ -26,9 +26,12 @@ Compiler::Compiler(std::span<ExpressionAST* const> expressions, CompiledProgram&
         root.kind = described.kind;
         root.varies = described.varies;
         root.height = graph.nodes[graph.roots[i]].height;
-        root.fillsColumn = root.source.where == Source::Where::Typed && described.kind == Typed::Number && described.users == 1;
+        const bool isOnlyUser = root.source.where == Source::Where::Typed && described.users == 1;
+        root.fillsColumn = isOnlyUser && described.kind == Typed::Number;
         if (root.fillsColumn)
             columnOf[root.source.index] = static_cast<std::int32_t>(i);
+        else if (isOnlyUser)
+            program.stretches[root.source.index].result = placeOfRoots(program.stretches[root.source.index].form);
     }
     // Compiling a stretch may ask for others.
     std::uint32_t typed = 0, generic = 0;

@@ -61,7 +61,8 @@ void Compiler::compileGeneric(std::uint32_t stretch, NodeIndex root)
         NodeIndex node;
         std::uint32_t nextChild = 0;
     };
-    program.genericStretches[stretch].firstInstruction = static_cast<std::uint32_t>(program.genericInstructions.size());
+    program.genericStretches[stretch].firstInstruction =
+        static_cast<std::uint32_t>(program.genericInstructions.size());
     std::vector<Open> open{{root}};
     while (!open.empty()) {
         const NodeIndex node = open.back().node;
@@ -74,7 +75,8 @@ void Compiler::compileGeneric(std::uint32_t stretch, NodeIndex root)
             continue;
         }
         if (next == 0 && graph.nodes[node].task == NodeTask::Element)
-            emit(GenericTask::PushNode, node).node = static_cast<const ArrayExpressionAST*>(graph.nodes[node].expression)->target;
+            emit(GenericTask::PushNode, node).node =
+                static_cast<const ArrayExpressionAST*>(graph.nodes[node].expression)->target;
         const NodeIndex operand = graph.resolved(operandOf(node, next));
         const GraphNode& described = graph.nodes[operand];
         if (described.task == NodeTask::Time)
@@ -119,7 +121,7 @@ void Compiler::emitBetween(NodeIndex index, std::uint32_t i)
         emit(GenericTask::RequireValue, index);
     const auto requireNumber = [&](const char* complaint) {
         if (complaint && !graph.nodes[operand].isTyped)
-            emit(GenericTask::RequireNumber, index).message = complaint;
+            emit(GenericTask::RequireNumber, index).complaint = complaint;
     };
     switch (node.task) {
     case NodeTask::Keys: return requireNumber(Complaint::keyTime);
@@ -158,7 +160,7 @@ void Compiler::emitLast(NodeIndex index)
     case NodeTask::Visit: emit(GenericTask::Visit, index); return;
     case NodeTask::Undefined: emit(GenericTask::PushUndefined, index); return;
     case NodeTask::Nothing: emit(GenericTask::PushNothing, index); return;
-    case NodeTask::Fail: emit(GenericTask::Fail, index).message = node.message; return;
+    case NodeTask::Fail: emit(GenericTask::Fail, index).failure = node.failure; return;
     }
 }
 

@@ -27,6 +27,17 @@ Result BatchEvaluator::Machine::failureOf(const Exception& thrown)
     return latestFailure;
 }
 
+// What a fresh walk leaves of a node.
+Result BatchEvaluator::Machine::walk(ExpressionAST* node) const
+{
+    CalculationVisitor walk;
+    walk.setTimeParam(typed.times[genericTime]);
+    walk.setDontInterpolate(dontInterpolate);
+    walk.setDepthLimit(depthLimit);
+    node->accept(&walk);
+    return walk.hasResult() ? Result(walk.getResult()) : Result();
+}
+
 Result BatchEvaluator::Machine::evaluateGeneric(std::uint32_t stretch, std::size_t time)
 {
     genericTime = time;
@@ -135,9 +146,7 @@ void BatchEvaluator::Machine::push(Source source, bool isSurelyNeeded)
 {
     switch (source.where) {
     case Source::Where::Constant: stack.emplace_back(constantValue(source.index)); return;
-    case Source::Where::Generic:
-        enter(source.index);
-        return;
+    case Source::Where::Generic: enter(source.index); return;
     case Source::Where::Typed: {
         const bool atOneTime = typed.count == 1 || !isSurelyNeeded;
         computeTyped(source.index, atOneTime, atOneTime ? genericTime : 0);
@@ -197,12 +206,7 @@ void BatchEvaluator::Machine::evaluateSelected()
     const auto element = program->elements.find(selected);
     if (element != program->elements.end())
         return push(element->second, false);
-    CalculationVisitor walk;
-    walk.setTimeParam(typed.times[genericTime]);
-    walk.setDontInterpolate(dontInterpolate);
-    walk.setDepthLimit(depthLimit);
-    selected->accept(&walk);
-    stack.push_back(walk.hasResult() ? Result(walk.getResult()) : Result());
+    stack.push_back(walk(selected));
 }
 
 void BatchEvaluator::Machine::execute(const GenericInstruction& instruction)
@@ -213,23 +217,15 @@ void BatchEvaluator::Machine::execute(const GenericInstruction& instruction)
     case GenericTask::PushUndefined: stack.emplace_back(Value()); return;
     case GenericTask::PushNothing: stack.emplace_back(); return;
     case GenericTask::PushNode: stack.emplace_back(instruction.node); return;
-    case GenericTask::Visit: {
-        CalculationVisitor walk;
-        walk.setTimeParam(typed.times[genericTime]);
-        walk.setDontInterpolate(dontInterpolate);
-        walk.setDepthLimit(depthLimit);
-        instruction.node->accept(&walk);
-        stack.push_back(walk.hasResult() ? Result(walk.getResult()) : Result());
-        return;
-    }
-    case GenericTask::Fail: fail(instruction.message);
+    case GenericTask::Visit: stack.push_back(walk(instruction.node)); return;
+    case GenericTask::Fail: return instruction.failure();
     case GenericTask::RequireValue:
         if (stack.back().getKind() == Result::Kind::Nothing)
             failIncomplete();
         return;
     case GenericTask::RequireNumber:
         if (!stack.back().isNumber())
-            numberOrThrow(stack.back().getValue(), instruction.message);
+            numberOrThrow(stack.back().getValue(), instruction.complaint);
         return;
     case GenericTask::Operate: return operate(static_cast<BinaryExpressionAST*>(instruction.node)->op);
     case GenericTask::Negate: {

@@ -3,65 +3,18 @@
 #include <marl/ast/detail/operations.h>
 #include <marl/ast/program.h>
 #include <marl/compiled/detail/node_class.h>
+#include <marl/value/detail/failures.h>
 #include <marl/value/detail/functions.h>
-#include <marl/value/detail/noise.h>
-#include <marl/value/detail/operators.h>
 #include <marl/value/detail/truncation.h>
 #include <marl/value/exceptions.h>
 
 #include <algorithm>
 #include <climits>
-#include <type_traits>
 #include <utility>
 
 namespace Marl {
 
 namespace {
-
-constexpr const char* incomplete = "Expression is incomplete.";
-
-Typed kindOf(const Plain& value)
-{
-    return static_cast<Typed>(value.index());
-}
-
-// What an operator comes to where its pair of kinds has a row.
-template <auto rule>
-std::optional<Plain> combined(const Plain& left, const Plain& right)
-{
-    return std::visit(
-        [](const auto& l, const auto& r) -> std::optional<Plain> {
-            if constexpr (std::is_invocable_v<decltype(rule), decltype(l), decltype(r)>)
-                return Plain(rule(l, r));
-            else
-                return std::nullopt;
-        },
-        left, right);
-}
-
-std::optional<Plain> combined(TOKENTYPE op, const Plain& left, const Plain& right)
-{
-    switch (op) {
-    case TOKEN_PLUS: return combined<Rule::sum>(left, right);
-    case TOKEN_MINUS: return combined<Rule::difference>(left, right);
-    case TOKEN_MULTIPLY: return combined<Rule::product>(left, right);
-    case TOKEN_DIVIDE: return combined<Rule::quotient>(left, right);
-    }
-    return std::nullopt;
-}
-
-const Plain& zeroOf(Typed kind)
-{
-    static const Plain zeros[typedKinds] = {0.0, TracePoint(), Matrix(), Color(), AColor(), TraceTransform()};
-    return zeros[static_cast<int>(kind)];
-}
-
-// Which kind an operator gives follows from the kinds that it takes.
-std::optional<Typed> resultKind(TOKENTYPE op, Typed left, Typed right)
-{
-    const auto result = combined(op, zeroOf(left), zeroOf(right));
-    return result ? std::optional(kindOf(*result)) : std::nullopt;
-}
 
 // The end of a chain of bound references; null where it is broken or goes round.
 ExpressionAST* behindReferences(ExpressionAST* node)
@@ -79,12 +32,7 @@ ExpressionAST* behindReferences(ExpressionAST* node)
 
 Graph::Graph(std::span<ExpressionAST* const> expressions)
 {
-    for (int kind = 0; kind < typedKinds; ++kind) {
-        zeros[kind] = static_cast<NodeIndex>(nodes.size());
-        nodes.emplace_back();
-        makeConstant(zeros[kind], zeroOf(Typed(kind)));
-        nodes.back().isOpen = false;
-    }
+    addZeros();
     for (ExpressionAST* expression : expressions)
         roots.push_back(read(expression));
     if (hasCircle)
@@ -170,13 +118,13 @@ void Graph::describe(NodeIndex node, ExpressionAST* expression)
         made.task = task;
         made.levels = 0;
     };
-    const auto fail = [&](const char* message) {
+    const auto fail = [&](Failure* failure) {
         made.task = NodeTask::Fail;
-        made.message = message;
+        made.failure = failure;
     };
     if (!expression) {
         made.levels = 0;
-        return fail(incomplete);
+        return fail(failIncomplete);
     }
 
     switch (classOf(*expression)) {
@@ -188,7 +136,8 @@ void Graph::describe(NodeIndex node, ExpressionAST* expression)
         auto* binary = static_cast<BinaryExpressionAST*>(expression);
         return be(NodeTask::Operate, std::initializer_list<ExpressionAST*>{binary->left, binary->right});
     }
-    case NodeClass::Negated: return be(NodeTask::Negate, {&static_cast<NegatedExpressionAST*>(expression)->operand, 1});
+    case NodeClass::Negated:
+        return be(NodeTask::Negate, {&static_cast<NegatedExpressionAST*>(expression)->operand, 1});
     case NodeClass::Vector: {
         auto* vector = static_cast<VectorExpressionAST*>(expression);
         if (vector->valueType == static_cast<int>(ValueType::Vector))
@@ -214,7 +163,7 @@ void Graph::describe(NodeIndex node, ExpressionAST* expression)
     case NodeClass::Reference: {
         const PropertyAST* property = static_cast<PropertyReferenceAST*>(expression)->property;
         if (!property)
-            return fail("Property reference is not bound.");
+            return fail(failUnbound);
         made.isReference = true;
         return be(NodeTask::PassOn, {&property->expression, 1});
     }
@@ -250,7 +199,7 @@ void Graph::describeCall(NodeIndex node, BuiltinFunctionAST* call)
             return addChildren(node, {call->args, static_cast<std::size_t>(arguments)});
         }
         made.levels = 0;
-        made.message = "Built-in function lacks an argument.";
+        made.failure = failIncompleteCall;
     };
     switch (Builtin(call->functionId)) {
     case Builtin::Time:
@@ -290,7 +239,7 @@ void Graph::describeKeys(NodeIndex node, InterpolateExpressionAST* keys)
             times.push_back(key->time);
         }
         if (!last) {
-            made.message = "Interpolate expression has no keys.";
+            made.failure = failWithoutKeys;
             return;
         }
         if (last != keys->lastKey) // a chain linked by hand
@@ -329,7 +278,8 @@ Graph::Selection Graph::elementsOf(ArrayExpressionAST* array, NodeIndex node)
             int count = 0;
             switch (nodeClass) {
             case NodeClass::List:
-                for (const ListItem* item = static_cast<ListExpressionAST*>(whole)->firstItem; item; item = item->next)
+                for (const ListItem* item = static_cast<ListExpressionAST*>(whole)->firstItem; item;
+                     item = item->next)
                     if (!position || *position == count++)
                         further.push_back(item->expression);
                 continue;
@@ -337,10 +287,18 @@ Graph::Selection Graph::elementsOf(ArrayExpressionAST* array, NodeIndex node)
             case NodeClass::Matrix: count = 3; break;
             case NodeClass::AColor: count = 4; break;
             case NodeClass::Transform: count = 2; break;
-            case NodeClass::ListVector: count = position && static_cast<ListTypeExpressionAST<Vector>*>(whole)->loaded; break;
-            case NodeClass::ListInt: count = position && static_cast<ListTypeExpressionAST<int>*>(whole)->loaded; break;
-            case NodeClass::ListColor: count = position && static_cast<ListTypeExpressionAST<Color>*>(whole)->loaded; break;
-            case NodeClass::ListFloat: count = position && static_cast<ListTypeExpressionAST<float>*>(whole)->loaded; break;
+            case NodeClass::ListVector:
+                count = position && static_cast<ListTypeExpressionAST<Vector>*>(whole)->loaded;
+                break;
+            case NodeClass::ListInt:
+                count = position && static_cast<ListTypeExpressionAST<int>*>(whole)->loaded;
+                break;
+            case NodeClass::ListColor:
+                count = position && static_cast<ListTypeExpressionAST<Color>*>(whole)->loaded;
+                break;
+            case NodeClass::ListFloat:
+                count = position && static_cast<ListTypeExpressionAST<float>*>(whole)->loaded;
+                break;
             default: break;
             }
             if (count == 0)
@@ -402,256 +360,6 @@ void Graph::close(NodeIndex node)
     nodes[node].isOpen = false;
 }
 
-void Graph::makeConstant(NodeIndex node, const Plain& value)
-{
-    GraphNode& made = nodes[node];
-    made.task = NodeTask::Constant;
-    made.isTyped = true;
-    made.kind = kindOf(value);
-    made.constant = &constants.emplace_back(value);
-    made.varies = false;
-    made.childCount = 0;
-}
-
-// Where a value of another kind stands, the zero of the kind that is asked for is read.
-void Graph::replaceOtherKinds(NodeIndex node, std::uint32_t i, Typed kind)
-{
-    NodeIndex& operand = children[nodes[node].firstChild + i];
-    if (nodes[operand].kind != kind)
-        operand = zeros[static_cast<int>(kind)];
-}
-
-void Graph::type(NodeIndex index)
-{
-    GraphNode& node = nodes[index];
-    const auto below = childrenOf(index);
-    if (below.empty() || !std::ranges::all_of(below, [&](NodeIndex i) { return nodes[i].isTyped; }))
-        return;
-    const auto takes = [&](std::initializer_list<Typed> kinds) {
-        std::uint32_t i = 0;
-        for (const Typed kind : kinds)
-            replaceOtherKinds(index, i++, kind);
-    };
-    const auto gives = [&](Typed kind) {
-        node.isTyped = true;
-        node.kind = kind;
-    };
-    using enum Typed;
-    switch (node.task) {
-    case NodeTask::Operate: {
-        const auto op = static_cast<const BinaryExpressionAST*>(node.expression)->op;
-        const auto kind = resultKind(op, nodes[below[0]].kind, nodes[below[1]].kind);
-        if (!kind)
-            return;
-        gives(*kind);
-        break;
-    }
-    case NodeTask::Negate:
-    case NodeTask::PassOn: gives(nodes[below[0]].kind); break;
-    case NodeTask::Call:
-        switch (Builtin(static_cast<const BuiltinFunctionAST*>(node.expression)->functionId)) {
-        case Builtin::Length:
-        case Builtin::Noise:
-            takes({Vector});
-            gives(Number);
-            break;
-        case Builtin::Cross:
-            takes({Vector, Vector});
-            gives(Vector);
-            break;
-        case Builtin::Pow:
-        case Builtin::Uniform:
-            takes({Number, Number});
-            gives(Number);
-            break;
-        default:
-            takes({Number});
-            gives(Number);
-            break;
-        }
-        break;
-    case NodeTask::Vector:
-        takes({Number, Number, Number});
-        gives(Vector);
-        break;
-    case NodeTask::Color:
-        takes({Number, Number, Number});
-        gives(Color);
-        break;
-    case NodeTask::AColor:
-        takes({Number, Number, Number, Number});
-        gives(AColor);
-        break;
-    case NodeTask::Matrix:
-        takes({Vector, Vector, Vector});
-        gives(Matrix);
-        break;
-    case NodeTask::Transform:
-        takes({Matrix, Vector});
-        gives(Transform);
-        break;
-    case NodeTask::Keys: {
-        const Typed kind = nodes[below[0]].kind;
-        const bool isKnown = node.childCount == node.keyCount;
-        if (isKnown && std::ranges::all_of(below, [&](NodeIndex i) { return nodes[i].kind == kind; }))
-            gives(kind);
-        return;
-    }
-    default: return;
-    }
-    if (std::ranges::all_of(childrenOf(index), [&](NodeIndex i) { return nodes[i].constant != nullptr; }))
-        return computeConstant(index);
-    int most = 0, again = 0; // the heavier operand first
-    for (const NodeIndex i : childrenOf(index)) {
-        const int need = nodes[i].need;
-        again = std::max(again, std::min(need, most));
-        most = std::max(most, need);
-    }
-    node.need = static_cast<std::uint8_t>(std::min(std::max({1, most, again + 1}), 255));
-}
-
-void Graph::computeConstant(NodeIndex index)
-{
-    const GraphNode& node = nodes[index];
-    const auto operand = [&]<typename Record>(std::uint32_t i, const Record&) {
-        return std::get<Record>(*nodes[child(index, i)].constant);
-    };
-    const auto number = [&](std::uint32_t i) { return operand(i, 0.0); };
-    const auto vector = [&](std::uint32_t i) { return operand(i, TracePoint()); };
-    switch (node.task) {
-    case NodeTask::Operate:
-        return makeConstant(index,
-                            *combined(static_cast<const BinaryExpressionAST*>(node.expression)->op,
-                                      *nodes[child(index, 0)].constant, *nodes[child(index, 1)].constant));
-    case NodeTask::Negate:
-        return makeConstant(
-            index, std::visit([](const auto& x) { return Plain(negative(x)); }, *nodes[child(index, 0)].constant));
-    case NodeTask::PassOn: return makeConstant(index, *nodes[child(index, 0)].constant);
-    case NodeTask::Vector: return makeConstant(index, TracePoint{number(0), number(1), number(2)});
-    case NodeTask::Color:
-        return makeConstant(index, Color{single(number(0)), single(number(1)), single(number(2))});
-    case NodeTask::AColor:
-        return makeConstant(
-            index, AColor{single(number(0)), single(number(1)), single(number(2)), single(number(3))});
-    case NodeTask::Matrix:
-        return makeConstant(index, Matrix(narrowed(vector(0)), narrowed(vector(1)), narrowed(vector(2))));
-    case NodeTask::Transform: return makeConstant(index, TraceTransform{operand(0, Matrix()), vector(1)});
-    case NodeTask::Call: {
-        const auto* call = static_cast<const BuiltinFunctionAST*>(node.expression);
-        switch (Builtin(call->functionId)) {
-        case Builtin::Sqr: return makeConstant(index, square(number(0)));
-        case Builtin::Sqrt: return makeConstant(index, squareRoot(number(0)));
-        case Builtin::Sin: return makeConstant(index, sine(number(0)));
-        case Builtin::Cos: return makeConstant(index, cosine(number(0)));
-        case Builtin::Length: return makeConstant(index, length(vector(0)));
-        case Builtin::Noise: return makeConstant(index, widened(noise(narrowed(vector(0)))));
-        case Builtin::Pow: return makeConstant(index, power(number(0), number(1)));
-        case Builtin::Cross: return makeConstant(index, crossProduct(vector(0), vector(1)));
-        case Builtin::Uniform: return makeConstant(index, uniform(number(0), number(1), widened(call->sample)));
-        default: return;
-        }
-    }
-    default: return;
-    }
-}
-
-// A circle that is closed by references is found when a property is entered again, so a walk through it
-// goes at most twice through each of its nodes, or through all of them for each property where they are
-// shared. A circle without references has no end but the limit.
-void Graph::findHeightsOfCircles()
-{
-    // Strongly connected components (Robert Tarjan, "Depth-First Search and Linear Graph Algorithms", 1972);
-    // they come in an order in which each lies behind those that it reaches.
-    constexpr NodeIndex unseen = ~NodeIndex(0);
-    struct Frame {
-        NodeIndex node;
-        std::uint32_t nextChild;
-    };
-    std::vector<NodeIndex> order(nodes.size(), unseen), lowest(nodes.size()), component(nodes.size(), unseen);
-    std::vector<NodeIndex> waiting;
-    std::vector<Frame> frames;
-    NodeIndex seen = 0, components = 0;
-
-    const auto finish = [&](std::span<const NodeIndex> members) {
-        for (const NodeIndex member : members)
-            component[member] = components;
-        ++components;
-        const auto isInside = [&](NodeIndex node) { return component[node] == components - 1; };
-        const bool isCircle = members.size() > 1 || std::ranges::any_of(childrenOf(members[0]), isInside);
-        if (!isCircle) {
-            if (!nodes[members[0]].isTyped) // what is typed reaches no circle
-                nodes[members[0]].height = heightOf(nodes[members[0]]);
-            return;
-        }
-        std::unordered_map<NodeIndex, int> open;
-        std::unordered_map<NodeIndex, std::vector<NodeIndex>> parents;
-        int below = 0;
-        bool isShared = false;
-        std::size_t properties = 0;
-        for (const NodeIndex member : members) {
-            open[member];
-            properties += nodes[member].isReference ? 1 : 0;
-            below = std::max(below, nodes[member].leastBelow);
-            for (const NodeIndex inside : childrenOf(member)) {
-                if (!isInside(inside)) {
-                    below = std::max(below, nodes[inside].height);
-                } else if (!nodes[member].isReference) {
-                    ++open[member];
-                    isShared |= !parents[inside].empty();
-                    parents[inside].push_back(member);
-                }
-            }
-        }
-        std::vector<NodeIndex> ends;
-        for (const NodeIndex member : members)
-            if (open[member] == 0)
-                ends.push_back(member);
-        std::size_t taken = 0;
-        for (; !ends.empty(); ++taken) {
-            const NodeIndex end = ends.back();
-            ends.pop_back();
-            for (const NodeIndex parent : parents[end])
-                if (--open[parent] == 0)
-                    ends.push_back(parent);
-        }
-        const std::size_t size = members.size();
-        const std::size_t most = isShared ? (properties + 2) * (size + 1) : 2 * size + 2;
-        const bool hasEnd = taken == size && below != INT_MAX && most < INT_MAX / 4 && below < INT_MAX / 4;
-        for (const NodeIndex member : members)
-            nodes[member].height = hasEnd ? below + static_cast<int>(most) : INT_MAX;
-    };
-
-    for (const NodeIndex root : roots) {
-        if (order[root] != unseen)
-            continue;
-        frames.push_back({root, 0});
-        while (!frames.empty()) {
-            const NodeIndex node = frames.back().node;
-            if (frames.back().nextChild == 0) {
-                order[node] = lowest[node] = seen++;
-                waiting.push_back(node);
-            }
-            const auto below = childrenOf(node);
-            if (frames.back().nextChild < below.size()) {
-                const NodeIndex next = below[frames.back().nextChild++];
-                if (order[next] == unseen)
-                    frames.push_back({next, 0});
-                else if (component[next] == unseen)
-                    lowest[node] = std::min(lowest[node], order[next]);
-                continue;
-            }
-            if (lowest[node] == order[node]) {
-                const auto first = std::find(waiting.rbegin(), waiting.rend(), node).base() - 1;
-                finish({first, waiting.end()});
-                waiting.erase(first, waiting.end());
-            }
-            frames.pop_back();
-            if (!frames.empty())
-                lowest[frames.back().node] = std::min(lowest[frames.back().node], lowest[node]);
-        }
-    }
-}
-
 // Who is computed apart: what several nodes need, and what is needed only at some times.
 void Graph::countUsers()
 {
@@ -674,7 +382,7 @@ void Graph::countUsers()
         const bool isSelective = nodes[node].task == NodeTask::Keys || nodes[node].task == NodeTask::Element;
         for (std::uint32_t i = 0; i < nodes[node].childCount; ++i) {
             const NodeIndex below = child(node, i);
-            const bool isLast = nodes[node].task == NodeTask::Element ? i >= nodes[node].keyCount : i < nodes[node].keyCount;
+            const bool isLast = (nodes[node].task == NodeTask::Element) == (i >= nodes[node].keyCount);
             const bool isMixed = !nodes[node].isTyped && nodes[resolved(below)].isTyped;
             const bool isOnceABatch = nodes[node].varies && !nodes[below].varies && !nodes[below].isTyped;
             reach(below, (isSelective && isLast) || isMixed || isOnceABatch);

@@ -16,12 +16,18 @@
 namespace Marl {
 namespace {
 
+// What clang passes in registers follows from the whole source's instruction set, and that is the baseline.
+#if defined(__clang__)
+using Lane = double __attribute__((vector_size(16)));
+#else
 using Lane = double __attribute__((vector_size(32)));
+#endif
 
 }
 } // namespace Marl
 
 #include <marl/compiled/detail/kernel_source.h>
+#include <marl/compiled/detail/kernel_table.h>
 
 namespace Marl {
 

@@ -10,6 +10,7 @@ using Lane = double __attribute__((vector_size(16)));
 } // namespace Marl
 
 #include <marl/compiled/detail/kernel_source.h>
+#include <marl/compiled/detail/kernel_table.h>
 
 namespace Marl {
 

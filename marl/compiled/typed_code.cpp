@@ -7,6 +7,7 @@
 #include <marl/value/detail/functions.h>
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace Marl {
@@ -15,7 +16,8 @@ namespace {
 
 Form formOf(Typed kind)
 {
-    constexpr Form wideForms[] = {Form::Number, Form::WideVector, Form::Matrix, Form::Color, Form::AColor, Form::Transform};
+    constexpr Form wideForms[] = {Form::Number, Form::WideVector, Form::Matrix,
+                                  Form::Color,  Form::AColor,     Form::Transform};
     return wideForms[static_cast<int>(kind)];
 }
 
@@ -31,6 +33,18 @@ std::optional<NumberRule> numberRule(TOKENTYPE op)
     case TOKEN_MINUS: return NumberRule::Difference;
     case TOKEN_MULTIPLY: return NumberRule::Product;
     case TOKEN_DIVIDE: return NumberRule::Quotient;
+    }
+    return std::nullopt;
+}
+
+std::optional<Joined> wayToJoin(NumberRule rule, bool isRight)
+{
+    switch (rule) {
+    case NumberRule::Sum: return Joined::Add;
+    case NumberRule::Difference: return isRight ? Joined::Subtract : Joined::SubtractFrom;
+    case NumberRule::Product: return Joined::Multiply;
+    case NumberRule::Quotient:
+    case NumberRule::Power: return std::nullopt;
     }
     return std::nullopt;
 }
@@ -97,7 +111,7 @@ void Compiler::addNeeds(NodeIndex root)
     while (!pending.empty()) {
         const NodeIndex node = pending.back();
         pending.pop_back();
-        if (graph.nodes[node].task == NodeTask::Keys) {
+        if (graph.nodes[node].task == NodeTask::Keys && timesOf(node) == 0) {
             const TypedKeys& keys = keysOf(node);
             if (std::ranges::any_of(keys.sources, [](const KeySource& s) { return s.stretch != KeySource::none; }))
                 emit(kernels.needKeys).table = &keys;
@@ -123,9 +137,11 @@ const TypedKeys& Compiler::keysOf(NodeIndex node)
         return *known->second;
     TypedKeys& keys = program.typedKeys.emplace_back();
     known->second = &keys;
-    keys.times = &static_cast<const InterpolateExpressionAST*>(graph.nodes[node].expression)->constantTimes().times;
-    bool areNumbers = true;
-    for (const NodeIndex below : graph.childrenOf(node)) {
+    if (timesOf(node) == 0)
+        keys.times =
+            &static_cast<const InterpolateExpressionAST*>(graph.nodes[node].expression)->constantTimes().times;
+    bool areNumbers = timesOf(node) == 0;
+    for (const NodeIndex below : graph.childrenOf(node).first(graph.nodes[node].keyCount)) {
         const NodeIndex value = graph.resolved(below);
         KeySource& source = keys.sources.emplace_back();
         if (const Plain* constant = graph.nodes[value].constant) {
@@ -162,6 +178,8 @@ std::optional<Compiler::Simple> Compiler::simple(NodeIndex node)
 {
     node = graph.resolved(node);
     const GraphNode& described = graph.nodes[node];
+    if (described.kind != Typed::Number)
+        return std::nullopt;
     if (described.constant)
         return Simple{Operand::Constant, *std::get_if<double>(described.constant)};
     if (described.task == NodeTask::Time)
@@ -187,11 +205,22 @@ std::uint32_t Compiler::placeOf(std::uint32_t stretch)
     return place;
 }
 
+// Where the records of expressions lie that nobody else needs; they are copied to their columns at once.
+std::uint32_t Compiler::placeOfRoots(Form form)
+{
+    std::uint32_t& place = rootPlaces[indexOf(form)];
+    if (place == noPlace)
+        place = reserve(form);
+    return place;
+}
+
 std::uint32_t Compiler::reserve(Form form)
 {
-    const auto place = static_cast<std::uint32_t>(program.registersSize);
+    const std::size_t place = program.registersSize;
+    if (place > noPlace - sizeOfForm(form)) // instructions have 32 bits for a place
+        throw std::bad_alloc();
     program.registersSize += sizeOfForm(form);
-    return place;
+    return static_cast<std::uint32_t>(place);
 }
 
 Compiler::Place Compiler::fresh(Form form)
@@ -264,6 +293,8 @@ void Compiler::advance()
     case NodeTask::Matrix:
     case NodeTask::Transform: return fillComponents();
     case NodeTask::Keys: {
+        if (timesOf(index) > 0)
+            return blendVaryingKeys();
         const TypedKeys& keys = keysOf(index);
         if (keys.numbers.empty())
             return deliverRecord(kernels.keys[indexOf(formOf(node.kind))], formOf(node.kind), &keys);
@@ -302,6 +333,8 @@ void Compiler::operateOnNumbers(NumberRule rule)
     const NodeIndex left = graph.child(frame.node, 0), right = graph.child(frame.node, 1);
     auto first = simple(left), second = simple(right);
     const bool bothComputed = !first && !second;
+    if (bothComputed && joinOperand(rule, left, right))
+        return;
     if (frame.stage == 0 && bothComputed) {
         // The one that takes more registers while nothing waits.
         frame.rightFirst = graph.nodes[graph.resolved(right)].need > graph.nodes[graph.resolved(left)].need;
@@ -329,6 +362,43 @@ void Compiler::operateOnNumbers(NumberRule rule)
     pop();
 }
 
+// Where one operand is computed from two numbers that are there, it is computed together with the operator.
+// True when that was done, or begun with the other operand.
+bool Compiler::joinOperand(NumberRule rule, NodeIndex left, NodeIndex right)
+{
+    Frame& frame = frames.back();
+    const bool isRight = isShort(right);
+    const auto way = wayToJoin(rule, isRight);
+    if (!way || frame.stage == 1 || (!isRight && !isShort(left)))
+        return false;
+    if (frame.stage == 0) {
+        frame.stage = 3;
+        push(isRight ? left : right, {Destination::Where::Accumulator});
+        return true;
+    }
+    if (frame.stage != 3)
+        return false;
+    const NodeIndex operand = graph.resolved(isRight ? right : left);
+    const Simple l = *simple(graph.child(operand, 0)), r = *simple(graph.child(operand, 1));
+    const NumberRule inner = *numberRule(operatorOf(graph.nodes[operand]));
+    Instruction& made = emit(kernels.joined[indexOf(*way)][indexOf(inner)][indexOf(l.where)][indexOf(r.where)]);
+    made.constant = l.where == Operand::Constant ? l.constant : r.constant;
+    made.left = l.place;
+    made.right = r.place;
+    deliverNumber(frame.to);
+    pop();
+    return true;
+}
+
+// Whether a node is one operator on two numbers that need no computation.
+bool Compiler::isShort(NodeIndex index)
+{
+    index = graph.resolved(index);
+    const GraphNode& node = graph.nodes[index];
+    return node.task == NodeTask::Operate && node.kind == Typed::Number && simple(graph.child(index, 0))
+        && simple(graph.child(index, 1));
+}
+
 void Compiler::combineRecords(const RecordKernel& rule)
 {
     // Computed operands first; the others are found where the kernel for their kind looks.
@@ -337,7 +407,8 @@ void Compiler::combineRecords(const RecordKernel& rule)
     const Plain* constant = nullptr;
     for (std::uint32_t i = 0; i < 2; ++i) {
         const GraphNode& operand = graph.nodes[graph.resolved(graph.child(frame.node, i))];
-        const bool isShort = operand.kind == Typed::Number || operand.kind == Typed::Vector || operand.kind == Typed::Color;
+        const bool isShort =
+            operand.kind == Typed::Number || operand.kind == Typed::Vector || operand.kind == Typed::Color;
         where[i] = operand.constant && isShort ? RecordOperand::Constant
             : operand.task == NodeTask::Time   ? RecordOperand::Time
                                                : RecordOperand::Register;
@@ -421,6 +492,23 @@ void Compiler::call()
     }
 }
 
+// Times that vary are computed one after the other; each narrows down which keys are around the block's times.
+void Compiler::blendVaryingKeys()
+{
+    Frame& frame = frames.back();
+    const GraphNode& node = graph.nodes[frame.node];
+    if (frame.stage == 0)
+        frame.operands[0] = fresh(Form::WideVector);
+    if (frame.stage > 0) {
+        Instruction& made = emit(kernels.keyTime);
+        made.constant = frame.stage - 1;
+        made.result = frame.operands[0].at;
+    }
+    if (frame.stage < timesOf(frame.node))
+        return push(graph.child(frame.node, node.keyCount + frame.stage++), {Destination::Where::Accumulator});
+    deliverRecord(kernels.varyingKeys[indexOf(formOf(node.kind))], formOf(node.kind), &keysOf(frame.node));
+}
+
 // A literal's parts are computed straight to where they belong.
 void Compiler::fillComponents()
 {
@@ -480,7 +568,7 @@ bool Compiler::fetchNext(Form form)
 // From the accumulator, or what needs no computation from where it is.
 void Compiler::deliverNumber(Destination to, Simple from)
 {
-    const auto move = [&](const Kernel (&kernelsByOperand)[operands], std::uint32_t result) {
+    const auto move = [&](const Kernel(&kernelsByOperand)[operands], std::uint32_t result) {
         Instruction& made = emit(kernelsByOperand[indexOf(from.where)]);
         made.constant = from.constant;
         made.left = from.place;
@@ -491,9 +579,7 @@ void Compiler::deliverNumber(Destination to, Simple from)
         if (from.where != Operand::Accumulator)
             move(kernels.load, 0);
         return;
-    case Destination::Where::Fresh:
-        latest = fresh(Form::Number);
-        return move(kernels.store, latest.at);
+    case Destination::Where::Fresh: latest = fresh(Form::Number); return move(kernels.store, latest.at);
     case Destination::Where::Place: return move(kernels.store, to.place);
     case Destination::Where::PlaceOfSingles: return move(kernels.storeSingle, to.place);
     }
@@ -526,7 +612,7 @@ void Compiler::deliverRecord(Kernel kernel, Form natural, const void* table)
 void Compiler::convert(Place from, Destination to)
 {
     const Place target = to.where == Destination::Where::Place ? Place{to.place, to.form} : fresh(to.form);
-    Instruction& made = emit(from.form == to.form ? kernels.copy[indexOf(to.form)]
+    Instruction& made = emit(from.form == to.form          ? kernels.copy[indexOf(to.form)]
                                  : to.form == Form::Vector ? kernels.narrowed
                                                            : kernels.widened);
     made.left = from.at;

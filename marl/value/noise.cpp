@@ -57,7 +57,7 @@ void noiseOneByOne(const NoiseTables& tables, const float* x, const float* y, co
 
 NoiseAtMany* fastestOfProcessor()
 {
-#ifdef __x86_64__
+#if defined(__x86_64__) && !defined(MARL_WITHOUT_AVX2)
     __builtin_cpu_init();
     if (__builtin_cpu_supports("avx2"))
         return noiseByAvx2;

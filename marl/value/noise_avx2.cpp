@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#ifdef __x86_64__
+#if defined(__x86_64__) && !defined(MARL_WITHOUT_AVX2)
 
 // From here on the code is for those processors alone, and all of it stays within this source: the linker
 // must never take a function that is shared with the rest of the program from here.

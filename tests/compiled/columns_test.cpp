@@ -140,7 +140,7 @@ TEST(Columns, KnowTheirKind)
     const CompiledExpressions compiled(expressions);
     BatchEvaluator evaluator(compiled);
     for (const auto& row : rows) {
-        const std::size_t e = std::find(expressions.begin(), expressions.end(), row.expression) - expressions.begin();
+        const auto e = static_cast<std::size_t>(std::ranges::find(expressions, row.expression) - expressions.begin());
         evaluator.evaluate(Times{0, 1, 0});
         EXPECT_EQ(evaluator.column(e).kind(), row.kind) << row.name;
         evaluator.evaluate(Times{});

@@ -16,7 +16,7 @@ namespace {
 
 const Value undefined;
 const TracePoint vector{1, 2, 3};
-const Times aroundTwo = {0, 1, 2, 0.5, -0.5, -1, 1.9, 2.1, 3, 1e10, -1e10, std::nan(""), INFINITY, 0, 0};
+const Times aroundTwo = {0, 1, 2, 0.5, -0.5, -1, 1.9, 2.1, 3, 1e10, -1e10, std::nan(""), HUGE_VAL, 0, 0};
 
 // Everything by everything: targets and indices of all kinds.
 TEST(Elements, AreThoseOfTheWalk)

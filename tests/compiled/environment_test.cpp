@@ -3,6 +3,9 @@
 #include <tests/support/shown.h>
 #include <tests/support/tree.h>
 
+#include <marl/value/arithmetic_scope.h>
+#include <marl/visitor/calculation_visitor.h>
+
 #include <gtest/gtest.h>
 
 #include <cfenv>
@@ -103,7 +106,7 @@ TEST(Environment, OfTheCallerChangesNoResult)
             expected.push_back(walked(expression, at));
     for (const Environment& environment : environments) {
         SCOPED_TRACE(environment.name);
-        std::vector<Value> columns, alone;
+        std::vector<Value> columns, alone, inScope, walkedInScope;
         const auto keep = [](std::vector<Value>& results, const std::function<Value()>& evaluate) {
             try {
                 results.push_back(evaluate());
@@ -120,10 +123,18 @@ TEST(Environment, OfTheCallerChangesNoResult)
                 for (std::size_t i = 0; i < times.size(); ++i) {
                     keep(columns, [&] { return evaluator.column(e).valueAt(i); });
                     keep(alone, [&] { return evaluator.valueAt(times[i], e); });
+                    const ArithmeticScope scope, another;
+                    keep(inScope, [&] { return evaluator.valueAt(times[i], e); });
+                    keep(walkedInScope, [&] {
+                        CalculationVisitor walk;
+                        walk.setTimeParam(times[i]);
+                        expressions[e]->accept(&walk);
+                        return walk.getResult();
+                    });
                 }
         }
         for (std::size_t i = 0; i < expected.size(); ++i)
-            for (const auto* results : {&columns, &alone}) {
+            for (const auto* results : {&columns, &alone, &inScope, &walkedInScope}) {
                 const Value& value = (*results)[i];
                 const bool isFailure = value.getValueType() == static_cast<int>(ValueType::String);
                 EXPECT_EQ(isFailure ? "fails: " + std::string(value.getString()) : shown(value), expected[i])

@@ -29,7 +29,8 @@ TEST(Sharing, OfAChainThatDoublesTakesAStepALink)
     const Times times = {1, -0.0, 3, 0.1, -1e300, 5e-324};
     evaluator.evaluate(times);
     for (std::size_t i = 0; i < times.size(); ++i)
-        for (const std::size_t e : {0, 1, 500, links - 1}) {
+        for (const int link : {0, 1, 500, links - 1}) {
+            const auto e = static_cast<std::size_t>(link);
             const double expected = std::ldexp(times[i], static_cast<int>(e) + 1);
             EXPECT_EQ(resultOf(evaluator.column(e), i), shown(expected)) << e;
             EXPECT_EQ(resultOf(evaluator, times[i], e), shown(expected)) << e;
@@ -95,7 +96,7 @@ TEST(Keys, AreEvaluatedAroundTheTime)
         } rows[] = {
             {-1, "a", "a"},           {0, "a", "a"},      {0.5, "ab", "a"}, {1, "bc", "b"}, {1.5, "bc", "b"},
             {2.5, "c", "c"},          {5, "", ""},        {6, "d", "d"},    {7, "d", "d"},  {9, "", ""},
-            {std::nan(""), "a", "a"}, {INFINITY, "", ""},
+            {std::nan(""), "a", "a"}, {HUGE_VAL, "", ""},
         };
         for (const auto& [at, trail, held] : rows)
             for (const bool hold : {false, true}) {

@@ -22,11 +22,12 @@ only() # ROOM EXPRESSION GREP-OPTION...
 sources=(--include='*.h' --include='*.cpp')
 public=(--include='*.h' --exclude-dir=detail)
 standard='<[a-z_]+>|<pthread\.h>' # every header of the C++ standard is one word without a suffix
-only marl/value   "$standard|<marl/(api\.h|value/)" "${sources[@]}"
-only marl/ast     "$standard|<marl/(api\.h|(value|ast)/)" "${sources[@]}"
-only marl/visitor "$standard|<marl/(api\.h|(value|ast|visitor)/)" "${sources[@]}"
-only marl         "$standard|<marl/" "${sources[@]}"
-only marl         '(?!.*/detail/)' "${public[@]}"
+only marl/value    "$standard|<marl/(api\.h|value/)" "${sources[@]}"
+only marl/ast      "$standard|<marl/(api\.h|(value|ast)/)" "${sources[@]}"
+only marl/visitor  "$standard|<marl/(api\.h|(value|ast|visitor)/)" "${sources[@]}"
+only marl/compiled "$standard|<marl/(api\.h|(value|ast|compiled)/|visitor/(?!detail/))" "${sources[@]}"
+only marl          "$standard|<marl/" "${sources[@]}"
+only marl          '(?!.*/detail/)' "${public[@]}"
 for room in host examples tests benchmarks fuzz; do
     below=$room
     [[ $room != tests && $room != fuzz ]] || below="host|$room"

@@ -59,8 +59,11 @@ private:
     void advance();
     void deliverKnown(NodeIndex node, Destination to);
     void operateOnNumbers(NumberRule rule);
+    bool joinOperand(NumberRule rule, NodeIndex left, NodeIndex right);
+    bool isShort(NodeIndex node);
     void combineRecords(const RecordKernel& rule);
     void call();
+    void blendVaryingKeys();
     void fillComponents();
     void push(NodeIndex node, Destination to);
     void pop() { frames.pop_back(); }
@@ -75,6 +78,7 @@ private:
     bool isKnown(NodeIndex node) const;
     Instruction& emit(const Kernel& kernel);
     std::uint32_t placeOf(std::uint32_t stretch);
+    std::uint32_t placeOfRoots(Form form);
     std::uint32_t reserve(Form form);
     Place fresh(Form form);
     void giveBack(Place place);
@@ -102,6 +106,7 @@ private:
     std::vector<Frame> frames;
     Place latest; // what the newest computation left in a fresh place
     std::vector<std::uint32_t> freePlaces[forms];
+    std::uint32_t rootPlaces[forms] = {noPlace, noPlace, noPlace, noPlace, noPlace, noPlace, noPlace};
 };
 
 } // namespace Marl

@@ -26,16 +26,18 @@ enum class NodeTask : unsigned char {
     Matrix,
     Transform,
     List,
-    Keys,        // children: the values, then the times unless they are constant
-    PassOn,      // a reference, or an index that is constant: the child's value, be it none
-    Element,     // children: the indices, then the elements that they may select
-    Visit,       // a leaf that reads a source or asks the host
-    Undefined,   // an undefined value
-    Nothing,     // no value
-    Fail,        // with a message
+    Keys,      // children: the values, then the times unless they are constant
+    PassOn,    // a reference, or an index that is constant: the child's value, be it none
+    Element,   // children: the indices, then the elements that they may select
+    Visit,     // a leaf that reads a source or asks the host
+    Undefined, // an undefined value
+    Nothing,   // no value
+    Fail,
 };
 
 using NodeIndex = std::uint32_t;
+
+using Failure = void(); // throws
 
 struct GraphNode {
     const ExpressionAST* expression = nullptr;
@@ -43,21 +45,21 @@ struct GraphNode {
     // A typed node's kind follows from the tree, and it cannot fail.
     bool isTyped = false;
     Typed kind = Typed::Number;
-    bool varies = false; // with time, or with the host
-    bool isApart = false;    // computed apart from its users: a property, shared, or needed only at some times
-    bool isOpen = true;      // while what lies below it is still read
+    bool varies = false;      // with time, or with the host
+    bool isApart = false;     // computed apart from its users: a property, shared, or needed only at some times
+    bool isOpen = true;       // while what lies below it is still read
     bool isReference = false; // marks a property as active while the child is evaluated
     bool hasElements = false; // of Element: the elements are among the children
-    std::uint8_t need = 0;   // registers that its computation takes at once, roughly
+    std::uint8_t need = 0;    // registers that its computation takes at once, roughly
     std::uint32_t users = 0;
     std::uint32_t firstChild = 0;
     std::uint32_t childCount = 0;
     std::uint32_t keyCount = 0; // of Keys: how many of the children are values; of Element: indices
-    int levels = 0;      // of its own: 1 for a node that lets others accept the visitor
-    int leastBelow = 0;  // levels below it that are no children here
-    int height = 0;      // levels from it downwards
+    int levels = 0;             // of its own: 1 for a node that lets others accept the visitor
+    int leastBelow = 0;         // levels below it that are no children here
+    int height = 0;             // levels from it downwards
     const Plain* constant = nullptr;
-    const char* message = nullptr;
+    Failure* failure = nullptr;
 };
 
 // Reads trees without recursion, and calls nothing of a host's nodes.
@@ -85,13 +87,9 @@ public:
     std::unordered_map<const ExpressionAST*, NodeIndex> byAddress;
 
 private:
-    struct Visit {
-        NodeIndex node;
-        std::uint32_t nextChild;
-    };
-
     struct Selection;
 
+    void addZeros();
     NodeIndex read(ExpressionAST* root);
     NodeIndex nodeOf(ExpressionAST* expression, bool& isNew);
     void describe(NodeIndex node, ExpressionAST* expression);
@@ -106,6 +104,7 @@ private:
     void makeConstant(NodeIndex node, const Plain& value);
     void replaceOtherKinds(NodeIndex node, std::uint32_t i, Typed kind);
     void findHeightsOfCircles();
+    int heightOfCircle(std::span<const NodeIndex> members, std::span<const NodeIndex> component) const;
     void countUsers();
     int heightOf(const GraphNode& node) const;
 

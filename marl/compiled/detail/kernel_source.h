@@ -6,7 +6,8 @@
 // compilers do not make jumps of such calls the stack would grow with the program; there the kernels
 // return and a loop goes on.
 
-#if !defined(__OPTIMIZE__) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(MARL_KERNELS_RETURN) // said by the build
+#elif !defined(__OPTIMIZE__) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define MARL_KERNELS_RETURN 1
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
@@ -70,7 +71,7 @@ struct Compute<Number, std::integer_sequence<int, k...>> {
 #ifdef MARL_KERNELS_RETURN
         e->next = step;
         e->nextPosition = position;
-        const Kept kept{{accumulator...}};
+        const Kept kept{{ accumulator... }};
         static_assert(sizeof kept <= sizeof e->kept);
         std::memcpy(e->kept, &kept, sizeof kept);
         (void)registers;
@@ -111,9 +112,15 @@ struct Compute<Number, std::integer_sequence<int, k...>> {
         return numbers;
     }
 
-    static void stored(double* to, Number numbers) { std::memcpy(to, &numbers, sizeof numbers); }
+    static void stored(double* to, Number numbers)
+    {
+        std::memcpy(to, &numbers, sizeof numbers);
+    }
 
-    static Number all(double number) { return number - Number{}; } // keeps the sign of zero
+    static Number all(double number)
+    {
+        return number - Number{};
+    } // keeps the sign of zero
 
     template <Operand operand>
     static Number operandAt(const Instruction* step, Evaluation* e, std::byte* registers, std::uint32_t place,
@@ -146,8 +153,30 @@ struct Compute<Number, std::integer_sequence<int, k...>> {
     template <NumberRule rule, Operand left, Operand right>
     MARL_KERNEL calculate(MARL_STATE)
     {
-        MARL_GO_ON(applied<rule>(
-            operandAt<left>(step, e, registers, step->left, position + k * lanes, accumulator),
+        MARL_GO_ON(
+            applied<rule>(operandAt<left>(step, e, registers, step->left, position + k * lanes, accumulator),
+                          operandAt<right>(step, e, registers, step->right, position + k * lanes, accumulator))...);
+    }
+
+    template <Joined way, NumberRule rule>
+    static Number joinedTo(Number accumulator, Number l, Number r)
+    {
+        const Number operand = applied<rule>(l, r);
+        if constexpr (way == Joined::Add)
+            return accumulator + operand;
+        else if constexpr (way == Joined::Subtract)
+            return accumulator - operand;
+        else if constexpr (way == Joined::SubtractFrom)
+            return operand - accumulator;
+        else
+            return accumulator * operand;
+    }
+
+    template <Joined way, NumberRule rule, Operand left, Operand right>
+    MARL_KERNEL join(MARL_STATE)
+    {
+        MARL_GO_ON(joinedTo<way, rule>(
+            accumulator, operandAt<left>(step, e, registers, step->left, position + k * lanes, accumulator),
             operandAt<right>(step, e, registers, step->right, position + k * lanes, accumulator))...);
     }
 
@@ -157,9 +186,11 @@ struct Compute<Number, std::integer_sequence<int, k...>> {
     {
         double bases[count], exponents[count];
         (stored(bases + k * lanes,
-                operandAt<left>(step, e, registers, step->left, position + k * lanes, accumulator)), ...);
+                operandAt<left>(step, e, registers, step->left, position + k * lanes, accumulator)),
+         ...);
         (stored(exponents + k * lanes,
-                operandAt<right>(step, e, registers, step->right, position + k * lanes, accumulator)), ...);
+                operandAt<right>(step, e, registers, step->right, position + k * lanes, accumulator)),
+         ...);
         const std::size_t asked = wanted(e, position);
         for (std::size_t i = 0; i < asked; ++i)
             bases[i] = power(bases[i], exponents[i]);
@@ -209,7 +240,8 @@ struct Compute<Number, std::integer_sequence<int, k...>> {
     MARL_KERNEL store(MARL_STATE)
     {
         (stored(numbersAt(registers, step->result, position + k * lanes),
-                operandAt<operand>(step, e, registers, step->left, position + k * lanes, accumulator)), ...);
+                operandAt<operand>(step, e, registers, step->left, position + k * lanes, accumulator)),
+         ...);
         MARL_GO_ON(accumulator...);
     }
 
@@ -218,7 +250,8 @@ struct Compute<Number, std::integer_sequence<int, k...>> {
     {
         double numbers[count];
         (stored(numbers + k * lanes,
-                operandAt<operand>(step, e, registers, step->left, position + k * lanes, accumulator)), ...);
+                operandAt<operand>(step, e, registers, step->left, position + k * lanes, accumulator)),
+         ...);
         float* result = reinterpret_cast<float*>(registers + step->result) + position;
         for (std::size_t i = 0; i < count; ++i)
             result[i] = single(numbers[i]);
@@ -301,14 +334,15 @@ struct Compute<Number, std::integer_sequence<int, k...>> {
 
     MARL_KERNEL noiseOfVectors(MARL_STATE)
     {
-        double numbers[count];
+        double numbers[count] = {};
         if constexpr (atOneTime) {
             numbers[0] = widened(noise(narrowed(Arrays<Form::Vector>(registers + step->left).at(position))));
         } else {
             float* results = reinterpret_cast<float*>(e->kept);
             const float* x = reinterpret_cast<const float*>(registers + step->left) + position;
-            noise(x, x + blockLength, x + 2 * blockLength, results, static_cast<int>(count));
-            for (std::size_t i = 0; i < count; ++i)
+            const std::size_t asked = wanted(e, position);
+            noise(x, x + blockLength, x + 2 * blockLength, results, static_cast<int>(asked));
+            for (std::size_t i = 0; i < asked; ++i)
                 numbers[i] = widened(results[i]);
         }
         MARL_GO_ON(loaded(numbers + k * lanes)...);
@@ -405,6 +439,64 @@ struct Compute<Number, std::integer_sequence<int, k...>> {
         MARL_GO_ON(loaded(numbers + k * lanes)...);
     }
 
+    // While times that vary are computed one key after the other, three arrays say of each time of the block
+    // what the last key's time was, which key's is the pair around it, and how far it is on the way between
+    // the two. The first key's number, and what lies before all of them, is not found by its neighbors.
+    static constexpr double notFound = -1, beforeAll = -2;
+
+    struct FoundKeys {
+        FoundKeys(std::byte* registers, std::uint32_t place)
+            : previous(reinterpret_cast<double*>(registers + place)), earlier(previous + blockLength),
+              factor(earlier + blockLength)
+        {}
+        double *previous, *earlier, *factor;
+    };
+
+    // The times may come in any order, some perhaps NaN: the first neighbors that have the time between them
+    // count.
+    MARL_KERNEL nextKeyTime(MARL_STATE)
+    {
+        double keyTimes[count];
+        (stored(keyTimes + k * lanes, accumulator), ...);
+        const FoundKeys found(registers, step->result);
+        const double key = step->constant;
+        for (std::size_t i = 0; i < count; ++i) {
+            const std::size_t at = position + i;
+            const double time = e->times[at];
+            if (key == 0) {
+                found.earlier[at] = time > keyTimes[i] ? notFound : beforeAll;
+            } else if (found.earlier[at] == notFound && time >= found.previous[at] && !(time >= keyTimes[i])) {
+                found.earlier[at] = key - 1;
+                found.factor[at] = share(found.previous[at], time, keyTimes[i]);
+            }
+            found.previous[at] = keyTimes[i];
+        }
+        MARL_GO_ON(accumulator...);
+    }
+
+    template <Form form>
+    MARL_KERNEL blendVaryingKeys(MARL_STATE)
+    {
+        const TypedKeys& keys = *static_cast<const TypedKeys*>(step->table);
+        const FoundKeys found(registers, step->left);
+        Arrays<form> results(registers + step->result);
+        const auto valueOf = [&](std::size_t key) {
+            return *std::get_if<RecordOf<form>>(&keys.sources[key].constant);
+        };
+        for (std::size_t i = position; i < position + count; ++i) {
+            if (found.earlier[i] == beforeAll) {
+                results.put(i, valueOf(0));
+            } else if (e->times[i] >= found.previous[i]) {
+                results.put(i, valueOf(keys.sources.size() - 1));
+            } else {
+                const auto earlier = static_cast<std::size_t>(found.earlier[i]);
+                results.put(
+                    i, e->holds ? valueOf(earlier) : blend(valueOf(earlier), valueOf(earlier + 1), found.factor[i]));
+            }
+        }
+        MARL_GO_ON(accumulator...);
+    }
+
     // Goes back to where the stretch began until all times of the block are computed.
     [[gnu::always_inline]] static inline void again(const Instruction* step, Evaluation* e, std::byte* registers,
                                                     std::size_t position, Same<Number, k>... accumulator)
@@ -415,7 +507,10 @@ struct Compute<Number, std::integer_sequence<int, k...>> {
         e->needed = KeySource::none;
     }
 
-    MARL_KERNEL finish(MARL_STATE) { MARL_JUMP again(step, e, registers, position, accumulator...); }
+    MARL_KERNEL finish(MARL_STATE)
+    {
+        MARL_JUMP again(step, e, registers, position, accumulator...);
+    }
 
     MARL_KERNEL finishNumber(MARL_STATE)
     {
@@ -430,154 +525,6 @@ struct Compute<Number, std::integer_sequence<int, k...>> {
         MARL_JUMP again(step, e, registers, position, accumulator...);
     }
 };
-
-using AtOneTime = Compute<double, std::integer_sequence<int, 0>>;
-using AtTimes = Compute<Lane, std::integer_sequence<int, 0, 1, 2, 3, 4, 5, 6, 7>>;
-
-// clang-format off
-#define MARL_BOTH(...) Kernel{reinterpret_cast<AnyKernel>(&AtOneTime::__VA_ARGS__), reinterpret_cast<AnyKernel>(&AtTimes::__VA_ARGS__)}
-// clang-format on
-
-template <NumberRule rule, int left, int right>
-Kernel numberKernel()
-{
-    constexpr bool isConstant = Operand(left) == Operand::Constant && Operand(right) == Operand::Constant;
-    if constexpr (isConstant)
-        return {};
-    else if constexpr (rule == NumberRule::Power)
-        return MARL_BOTH(template raise<Operand(left), Operand(right)>);
-    else
-        return MARL_BOTH(template calculate<rule, Operand(left), Operand(right)>);
-}
-
-// A vector lies in single precision for every rule but those by which a transform acts on it.
-template <typename Record, bool isWide>
-constexpr Form formOf()
-{
-    if constexpr (std::is_same_v<Record, double>)
-        return Form::Number;
-    else if constexpr (std::is_same_v<Record, TracePoint>)
-        return isWide ? Form::WideVector : Form::Vector;
-    else if constexpr (std::is_same_v<Record, Matrix>)
-        return Form::Matrix;
-    else if constexpr (std::is_same_v<Record, Color>)
-        return Form::Color;
-    else if constexpr (std::is_same_v<Record, AColor>)
-        return Form::AColor;
-    else
-        return Form::Transform;
-}
-
-// Times are numbers, and what is constant on both sides was computed when it was compiled.
-template <typename Record, RecordOperand operand>
-constexpr bool hasOperand = operand == RecordOperand::Register || std::is_same_v<Record, double>
-    || (operand == RecordOperand::Constant && (std::is_same_v<Record, TracePoint> || std::is_same_v<Record, Color>));
-
-template <auto rule, int left, int right, int... i>
-RecordKernel recordKernel(std::integer_sequence<int, i...>)
-{
-    using Left = std::variant_alternative_t<left, Plain>;
-    using Right = std::variant_alternative_t<right, Plain>;
-    constexpr bool isNumbers = std::is_same_v<Left, double> && std::is_same_v<Right, double>;
-    RecordKernel row{};
-    if constexpr (std::is_invocable_v<decltype(rule), const Left&, const Right&> && !isNumbers) {
-        constexpr bool moves = std::is_same_v<Left, TraceTransform> || std::is_same_v<Right, TraceTransform>;
-        using Result = std::invoke_result_t<decltype(rule), const Left&, const Right&>;
-        constexpr Form leftForm = formOf<Left, moves>(), rightForm = formOf<Right, moves>();
-        constexpr Form result = formOf<Result, std::is_same_v<Left, TraceTransform>>();
-        row.left = leftForm;
-        row.right = rightForm;
-        row.result = result;
-        const auto add = [&]<RecordOperand leftOperand, RecordOperand rightOperand>(
-                             std::integral_constant<RecordOperand, leftOperand>,
-                             std::integral_constant<RecordOperand, rightOperand>) {
-            constexpr bool isConstant = leftOperand == RecordOperand::Constant && rightOperand == RecordOperand::Constant;
-            if constexpr (hasOperand<Left, leftOperand> && hasOperand<Right, rightOperand> && !isConstant)
-                row.kernels[static_cast<int>(leftOperand)][static_cast<int>(rightOperand)] =
-                    MARL_BOTH(template combine<rule, leftForm, leftOperand, rightForm, rightOperand, result>);
-        };
-        (add(std::integral_constant<RecordOperand, RecordOperand(i / recordOperands)>(),
-             std::integral_constant<RecordOperand, RecordOperand(i % recordOperands)>()),
-         ...);
-    }
-    return row;
-}
-
-template <int... i>
-void addNumberKernels(Kernels& all, std::integer_sequence<int, i...>)
-{
-    ((all.numbers[i / operands / operands][i / operands % operands][i % operands] =
-          numberKernel<NumberRule(i / operands / operands), i / operands % operands, i % operands>()),
-     ...);
-}
-
-template <int... i>
-void addOperandKernels(Kernels& all, std::integer_sequence<int, i...>)
-{
-    ((all.load[i] = MARL_BOTH(template load<Operand(i)>)), ...);
-    ((all.store[i] = MARL_BOTH(template store<Operand(i)>)), ...);
-    ((all.storeSingle[i] = MARL_BOTH(template storeSingle<Operand(i)>)), ...);
-}
-
-template <auto rule, int... i>
-void addRecordKernels(RecordKernel (&rows)[typedKinds][typedKinds], std::integer_sequence<int, i...>)
-{
-    ((rows[i / typedKinds][i % typedKinds] = recordKernel<rule, i / typedKinds, i % typedKinds>(
-          std::make_integer_sequence<int, recordOperands * recordOperands>())),
-     ...);
-}
-
-template <int... i>
-void addFormKernels(Kernels& all, std::integer_sequence<int, i...>)
-{
-    ((all.fill[i] = MARL_BOTH(template fill<Form(i)>)), ...);
-    ((all.keys[i] = MARL_BOTH(template blendKeys<Form(i)>)), ...);
-    ((all.copy[i] = MARL_BOTH(template change<itself, Form(i), Form(i)>)), ...);
-}
-
-Kernels allKernels()
-{
-    Kernels all;
-    all.timesAtOnce = AtTimes::count;
-    all.runAtOneTime = AtOneTime::run;
-    all.runAtTimes = AtTimes::run;
-
-    addNumberKernels(all, std::make_integer_sequence<int, numberRules * operands * operands>());
-    all.functions[static_cast<int>(NumberFunction::Square)] = MARL_BOTH(template apply<NumberFunction::Square>);
-    all.functions[static_cast<int>(NumberFunction::SquareRoot)] = MARL_BOTH(template apply<NumberFunction::SquareRoot>);
-    all.functions[static_cast<int>(NumberFunction::Sine)] = MARL_BOTH(template apply<NumberFunction::Sine>);
-    all.functions[static_cast<int>(NumberFunction::Cosine)] = MARL_BOTH(template apply<NumberFunction::Cosine>);
-    all.functions[static_cast<int>(NumberFunction::Negative)] = MARL_BOTH(template apply<NumberFunction::Negative>);
-    addOperandKernels(all, std::make_integer_sequence<int, operands>());
-    all.uniform = MARL_BOTH(blendByShare);
-
-    constexpr auto pairs = std::make_integer_sequence<int, typedKinds * typedKinds>();
-    addRecordKernels<Rule::sum>(all.records[static_cast<int>(RecordRule::Sum)], pairs);
-    addRecordKernels<Rule::difference>(all.records[static_cast<int>(RecordRule::Difference)], pairs);
-    addRecordKernels<Rule::product>(all.records[static_cast<int>(RecordRule::Product)], pairs);
-    addRecordKernels<Rule::quotient>(all.records[static_cast<int>(RecordRule::Quotient)], pairs);
-    addFormKernels(all, std::make_integer_sequence<int, forms>());
-    all.negative[static_cast<int>(Form::Vector)] = MARL_BOTH(template change<Rule::negative, Form::Vector, Form::Vector>);
-    all.negative[static_cast<int>(Form::Matrix)] = MARL_BOTH(template change<Rule::negative, Form::Matrix, Form::Matrix>);
-    all.negative[static_cast<int>(Form::Color)] = MARL_BOTH(template change<Rule::negative, Form::Color, Form::Color>);
-    all.negative[static_cast<int>(Form::AColor)] = MARL_BOTH(template change<Rule::negative, Form::AColor, Form::AColor>);
-    all.negative[static_cast<int>(Form::Transform)] =
-        MARL_BOTH(template change<Rule::negative, Form::Transform, Form::Transform>);
-    all.length = MARL_BOTH(template change<lengthOf, Form::Vector, Form::Number>);
-    all.noise = MARL_BOTH(noiseOfVectors);
-    all.cross = MARL_BOTH(template combine<crossOf, Form::Vector, RecordOperand::Register, Form::Vector,
-                                           RecordOperand::Register, Form::Vector>);
-    all.narrowed = MARL_BOTH(template change<itself, Form::WideVector, Form::Vector>);
-    all.widened = MARL_BOTH(template change<itself, Form::Vector, Form::WideVector>);
-
-    all.need = MARL_BOTH(need);
-    all.needKeys = MARL_BOTH(needKeys);
-    all.numberKeys = MARL_BOTH(blendNumberKeys);
-    all.finish = MARL_BOTH(finish);
-    all.finishNumber = MARL_BOTH(finishNumber);
-    all.finishColumn = MARL_BOTH(finishColumn);
-    return all;
-}
 
 } // namespace
 } // namespace Marl

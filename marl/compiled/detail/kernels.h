@@ -7,8 +7,8 @@
 // The kernels are compiled from one source for each instruction set; all give the same bits.
 #pragma once
 
-#include <marl/compiled/detail/registers.h>
 #include <marl/ast/key_times.h>
+#include <marl/compiled/detail/registers.h>
 #include <marl/value/detail/blend.h>
 
 #include <cstddef>
@@ -58,9 +58,9 @@ struct KeySource {
     Plain constant;
 };
 
-// A curve whose times are constant and whose values are typed.
+// A curve whose values are typed. Where its times vary, all values are constant.
 struct TypedKeys {
-    const KeyTimes* times = nullptr;
+    const KeyTimes* times = nullptr; // unless they vary
     std::vector<KeySource> sources;
     std::vector<double> numbers; // of a curve whose values are constant numbers
 };
@@ -98,15 +98,15 @@ struct StretchState {
 // What kernels see of the evaluation that they are part of.
 struct Evaluation {
     std::byte* registers = nullptr;
-    const double* times = nullptr;      // of the block, the last one repeated up to a full step
-    double* const* columns = nullptr;   // where numbers go that nothing else needs, at the block's first time
-    double number = 0;                  // such a number at one time
+    const double* times = nullptr;    // of the block, the last one repeated up to a full step
+    double* const* columns = nullptr; // where numbers go that nothing else needs, at the block's first time
+    double number = 0;                // such a number at one time
     const Stretch* stretches = nullptr;
-    StretchState* states = nullptr;       // of the stretches
-    std::uint64_t block = 0;       // the number of the block
-    std::size_t end = 0;           // times to compute, a multiple of what a kernel computes at once
-    std::size_t count = 0;         // times of the block
-    bool holds = false;            // keys hold instead of blending
+    StretchState* states = nullptr; // of the stretches
+    std::uint64_t block = 0;        // the number of the block
+    std::size_t end = 0;            // times to compute, a multiple of what a kernel computes at once
+    std::size_t count = 0;          // times of the block
+    bool holds = false;             // keys hold instead of blending
 
     // Where kernels leave off: behind the last instruction nothing, else what must be computed first.
     const Instruction* resume = nullptr; // the instruction to go on with
@@ -135,6 +135,11 @@ inline constexpr int operands = 4;
 enum class NumberRule : unsigned char { Sum, Difference, Product, Quotient, Power };
 inline constexpr int numberRules = 5;
 
+// How the accumulator is combined with two further numbers in one go: with what a rule makes of them.
+enum class Joined : unsigned char { Add, Subtract, SubtractFrom, Multiply };
+inline constexpr int waysToJoin = 4;
+inline constexpr int joinedRules = 4; // those before Power
+
 enum class NumberFunction : unsigned char { Square, SquareRoot, Sine, Cosine, Negative };
 inline constexpr int numberFunctions = 5;
 
@@ -159,24 +164,27 @@ struct Kernels {
     void (*runAtTimes)(Evaluation&, const Instruction*, std::size_t position);
 
     Kernel numbers[numberRules][operands][operands];
+    Kernel joined[waysToJoin][joinedRules][operands][operands];
     Kernel functions[numberFunctions];
     Kernel load[operands];        // to the accumulator
     Kernel store[operands];       // to a register
     Kernel storeSingle[operands]; // rounded, to an array of floats
-    Kernel uniform;        // left register and accumulator, by a constant share
+    Kernel uniform;               // left register and accumulator, by a constant share
 
     RecordKernel records[recordRules][typedKinds][typedKinds];
     Kernel negative[forms];
     Kernel length, noise; // to the accumulator
     Kernel cross;
-    Kernel fill[forms];  // from a constant
+    Kernel fill[forms]; // from a constant
     Kernel copy[forms];
     Kernel narrowed, widened; // a vector's other form
 
-    Kernel need;         // another stretch
-    Kernel needKeys;     // those around the times
+    Kernel need;     // another stretch
+    Kernel needKeys; // those around the times
     Kernel keys[forms];
-    Kernel numberKeys;   // constant ones, to the accumulator
+    Kernel numberKeys; // constant ones, to the accumulator
+    Kernel keyTime;    // the next one of times that vary
+    Kernel varyingKeys[forms];
     Kernel finish;       // a stretch
     Kernel finishNumber; // whose result is the accumulator
     Kernel finishColumn; // which goes to a column

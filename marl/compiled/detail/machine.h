@@ -44,9 +44,9 @@ private:
 
     // What a generic stretch came to that several need, or that does not vary.
     struct Kept {
-        std::vector<Result> results; // one a time of the block, or one for the batch
+        std::vector<Result> results;        // one a time of the block, or one for the batch
         std::vector<std::uint64_t> numbers; // of the block, or the batch, that each belongs to
-        bool isActive = false; // being evaluated at this moment
+        bool isActive = false;              // being evaluated at this moment
     };
 
     void beginBatch();
@@ -55,6 +55,7 @@ private:
     void evaluateBlock(std::size_t start);
     void finishColumns();
     bool isWalked(const CompiledRoot& root) const { return root.height > depthLimit; }
+    Result walk(ExpressionAST* node) const;
     Result walked(ExpressionAST* expression);
     template <typename Record>
     void finishAs(Column::Data& column, Record (Value::*get)() const);
@@ -73,7 +74,6 @@ private:
     void leave(Result result);
     void execute(const GenericInstruction& instruction);
     void push(Source source, bool isSurelyNeeded);
-    void pushTyped(std::uint32_t stretch, bool atOneTime);
     void operate(TOKENTYPE op);
     void bracketVarying(const GenericInstruction& instruction);
     void evaluateSelected();

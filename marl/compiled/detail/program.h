@@ -21,13 +21,13 @@ struct Source {
 // Generic instructions work on a stack of results, at one time. A failure ends the whole stretch, for nothing
 // in it could do without.
 enum class GenericTask : unsigned char {
-    Push,          // what a source gives; a generic stretch passes on that there is no value
+    Push, // what a source gives; a generic stretch passes on that there is no value
     PushTime,
     PushUndefined,
     PushNothing,
-    PushNode,      // the whole whose element is selected
-    Visit,         // what a walk leaves of a leaf
-    Fail,          // with a message
+    PushNode, // the whole whose element is selected
+    Visit,    // what a walk leaves of a leaf
+    Fail,
     RequireValue,  // an operand must have one
     RequireNumber, // the operand on top must be one, else the complaint
     Operate,
@@ -61,14 +61,15 @@ struct GenericInstruction {
     std::uint32_t count = 0;
     Source source;
     ExpressionAST* node = nullptr;
-    const char* message = nullptr;
+    const char* complaint = nullptr;
+    void (*failure)() = nullptr;
     const GenericKeys* keys = nullptr;
 };
 
 struct GenericStretch {
     std::uint32_t firstInstruction = 0;
-    bool isKept = false;  // for the time, because several need it
-    bool varies = false;  // else it is kept for the batch
+    bool isKept = false; // for the time, because several need it
+    bool varies = false; // else it is kept for the batch
 };
 
 // One of the compiled expressions.
@@ -78,7 +79,7 @@ struct CompiledRoot {
     Typed kind = Typed::Number; // of a constant or typed one
     bool fillsColumn = false;   // its stretch writes numbers to the column and nowhere else
     bool varies = false;
-    bool isAlone = false;       // it fills a column and needs no other stretch
+    bool isAlone = false;                     // it fills a column and needs no other stretch
     const Instruction* instruction = nullptr; // then: its first
     int height = 0;
 };

@@ -46,12 +46,12 @@ inline constexpr std::uint32_t doublesSize = blockLength * sizeof(double);
 
 // The bytes of one value's arrays.
 template <Form form>
-inline constexpr std::uint32_t sizeOf = Layout<form>::floats * floatsSize + Layout<form>::doubles * doublesSize;
+inline constexpr std::uint32_t sizeOf = Layout<form>::floats* floatsSize + Layout<form>::doubles* doublesSize;
 
 constexpr std::uint32_t sizeOfForm(Form form)
 {
-    constexpr std::uint32_t sizes[] = {sizeOf<Form::Number>, sizeOf<Form::Vector>, sizeOf<Form::WideVector>,
-                                       sizeOf<Form::Matrix>, sizeOf<Form::Color>,  sizeOf<Form::AColor>,
+    constexpr std::uint32_t sizes[] = {sizeOf<Form::Number>,   sizeOf<Form::Vector>, sizeOf<Form::WideVector>,
+                                       sizeOf<Form::Matrix>,   sizeOf<Form::Color>,  sizeOf<Form::AColor>,
                                        sizeOf<Form::Transform>};
     return sizes[static_cast<int>(form)];
 }

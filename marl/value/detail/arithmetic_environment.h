@@ -1,4 +1,4 @@
-// The floating-point environment in which results are the same on every thread.
+// What an ArithmeticScope does, for the library itself and as fast as it can be.
 #pragma once
 
 #if !defined(__x86_64__)
@@ -7,12 +7,15 @@
 
 namespace Marl {
 
-// While it lives the thread rounds to nearest, keeps denormal numbers and traps nothing; then it has its own
-// environment back. Where that is the default one already, which is nearly everywhere, nothing is written.
+// Whether the thread is within an ArithmeticScope.
+extern constinit thread_local bool arithmeticIsDefault;
+
+// The default floating-point environment while it lives. Where it is that already, which is nearly
+// everywhere, nothing is written.
 class ArithmeticEnvironment {
 public:
 #if defined(__x86_64__)
-    ArithmeticEnvironment() : before(__builtin_ia32_stmxcsr())
+    ArithmeticEnvironment() : before(arithmeticIsDefault ? standard : __builtin_ia32_stmxcsr())
     {
         if ((before & control) != standard)
             __builtin_ia32_ldmxcsr(standard);
@@ -26,9 +29,13 @@ public:
     ArithmeticEnvironment()
     {
         std::fegetenv(&before);
-        std::fesetenv(FE_DFL_ENV);
+        if (!arithmeticIsDefault)
+            std::fesetenv(FE_DFL_ENV);
     }
-    ~ArithmeticEnvironment() { std::fesetenv(&before); }
+    ~ArithmeticEnvironment()
+    {
+        std::fesetenv(&before);
+    }
 #endif
     ArithmeticEnvironment(const ArithmeticEnvironment&) = delete;
     ArithmeticEnvironment& operator=(const ArithmeticEnvironment&) = delete;

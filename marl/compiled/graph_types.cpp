@@ -1,0 +1,239 @@
+// Which nodes have a kind that follows from the tree, and which of them are constant.
+#include <marl/compiled/detail/graph.h>
+
+#include <marl/value/detail/functions.h>
+#include <marl/value/detail/noise.h>
+#include <marl/value/detail/operators.h>
+
+#include <algorithm>
+#include <optional>
+#include <type_traits>
+
+namespace Marl {
+
+namespace {
+
+Typed kindOf(const Plain& value)
+{
+    return static_cast<Typed>(value.index());
+}
+
+// What an operator comes to where its pair of kinds has a row.
+template <auto rule>
+std::optional<Plain> combined(const Plain& left, const Plain& right)
+{
+    return std::visit(
+        [](const auto& l, const auto& r) -> std::optional<Plain> {
+            if constexpr (std::is_invocable_v<decltype(rule), decltype(l), decltype(r)>)
+                return Plain(rule(l, r));
+            else
+                return std::nullopt;
+        },
+        left, right);
+}
+
+std::optional<Plain> combined(TOKENTYPE op, const Plain& left, const Plain& right)
+{
+    switch (op) {
+    case TOKEN_PLUS: return combined<Rule::sum>(left, right);
+    case TOKEN_MINUS: return combined<Rule::difference>(left, right);
+    case TOKEN_MULTIPLY: return combined<Rule::product>(left, right);
+    case TOKEN_DIVIDE: return combined<Rule::quotient>(left, right);
+    }
+    return std::nullopt;
+}
+
+const Plain& zeroOf(Typed kind)
+{
+    static const Plain zeros[typedKinds] = {0.0, TracePoint(), Matrix(), Color(), AColor(), TraceTransform()};
+    return zeros[static_cast<int>(kind)];
+}
+
+// Which kind an operator gives follows from the kinds that it takes.
+std::optional<Typed> resultKind(TOKENTYPE op, Typed left, Typed right)
+{
+    const auto result = combined(op, zeroOf(left), zeroOf(right));
+    return result ? std::optional(kindOf(*result)) : std::nullopt;
+}
+
+} // namespace
+
+// Nodes that stand for operands of another kind than is asked for.
+void Graph::addZeros()
+{
+    for (int kind = 0; kind < typedKinds; ++kind) {
+        zeros[kind] = static_cast<NodeIndex>(nodes.size());
+        nodes.emplace_back().isOpen = false;
+        makeConstant(zeros[kind], zeroOf(Typed(kind)));
+    }
+}
+
+void Graph::makeConstant(NodeIndex node, const Plain& value)
+{
+    GraphNode& made = nodes[node];
+    made.task = NodeTask::Constant;
+    made.isTyped = true;
+    made.kind = kindOf(value);
+    made.constant = &constants.emplace_back(value);
+    made.varies = false;
+    made.childCount = 0;
+}
+
+// Where a value of another kind stands, the zero of the kind that is asked for is read.
+void Graph::replaceOtherKinds(NodeIndex node, std::uint32_t i, Typed kind)
+{
+    NodeIndex& operand = children[nodes[node].firstChild + i];
+    if (nodes[operand].kind != kind)
+        operand = zeros[static_cast<int>(kind)];
+}
+
+void Graph::type(NodeIndex index)
+{
+    GraphNode& node = nodes[index];
+    const auto below = childrenOf(index);
+    if (below.empty() || !std::ranges::all_of(below, [&](NodeIndex i) { return nodes[i].isTyped; }))
+        return;
+    const auto takes = [&](std::initializer_list<Typed> kinds) {
+        std::uint32_t i = 0;
+        for (const Typed kind : kinds)
+            replaceOtherKinds(index, i++, kind);
+    };
+    const auto gives = [&](Typed kind) {
+        node.isTyped = true;
+        node.kind = kind;
+    };
+    using enum Typed;
+    switch (node.task) {
+    case NodeTask::Operate: {
+        const auto op = static_cast<const BinaryExpressionAST*>(node.expression)->op;
+        const auto kind = resultKind(op, nodes[below[0]].kind, nodes[below[1]].kind);
+        if (!kind)
+            return;
+        gives(*kind);
+        break;
+    }
+    case NodeTask::Negate:
+    case NodeTask::PassOn: gives(nodes[below[0]].kind); break;
+    case NodeTask::Call:
+        switch (Builtin(static_cast<const BuiltinFunctionAST*>(node.expression)->functionId)) {
+        case Builtin::Length:
+        case Builtin::Noise:
+            takes({Vector});
+            gives(Number);
+            break;
+        case Builtin::Cross:
+            takes({Vector, Vector});
+            gives(Vector);
+            break;
+        case Builtin::Pow:
+        case Builtin::Uniform:
+            takes({Number, Number});
+            gives(Number);
+            break;
+        case Builtin::Sqr:
+        case Builtin::Sqrt:
+        case Builtin::Sin:
+        case Builtin::Cos:
+            takes({Number});
+            gives(Number);
+            break;
+        case Builtin::Time:
+        case Builtin::Sample:
+        case Builtin::Pi: return; // no calls
+        }
+        break;
+    case NodeTask::Vector:
+        takes({Number, Number, Number});
+        gives(Vector);
+        break;
+    case NodeTask::Color:
+        takes({Number, Number, Number});
+        gives(Color);
+        break;
+    case NodeTask::AColor:
+        takes({Number, Number, Number, Number});
+        gives(AColor);
+        break;
+    case NodeTask::Matrix:
+        takes({Vector, Vector, Vector});
+        gives(Matrix);
+        break;
+    case NodeTask::Transform:
+        takes({Matrix, Vector});
+        gives(Transform);
+        break;
+    case NodeTask::Keys: {
+        const Typed kind = nodes[below[0]].kind;
+        const auto values = below.first(node.keyCount);
+        const auto times = below.subspan(node.keyCount);
+        const bool areAlike = std::ranges::all_of(values, [&](NodeIndex i) { return nodes[i].kind == kind; });
+        const bool areConstant =
+            std::ranges::all_of(values, [&](NodeIndex i) { return nodes[i].constant != nullptr; });
+        if (!areAlike || times.size() == 1 || (!times.empty() && !areConstant))
+            return;
+        for (std::uint32_t i = node.keyCount; i < node.childCount; ++i)
+            replaceOtherKinds(index, i, Number);
+        gives(kind);
+        return;
+    }
+    default: return;
+    }
+    if (std::ranges::all_of(childrenOf(index), [&](NodeIndex i) { return nodes[i].constant != nullptr; }))
+        return computeConstant(index);
+    int most = 0, again = 0; // the heavier operand first
+    for (const NodeIndex i : childrenOf(index)) {
+        const int need = nodes[i].need;
+        again = std::max(again, std::min(need, most));
+        most = std::max(most, need);
+    }
+    node.need = static_cast<std::uint8_t>(std::min(std::max({1, most, again + 1}), 255));
+}
+
+void Graph::computeConstant(NodeIndex index)
+{
+    const GraphNode& node = nodes[index];
+    const auto operand = [&]<typename Record>(std::uint32_t i, const Record&) {
+        return std::get<Record>(*nodes[child(index, i)].constant);
+    };
+    const auto number = [&](std::uint32_t i) { return operand(i, 0.0); };
+    const auto vector = [&](std::uint32_t i) { return operand(i, TracePoint()); };
+    switch (node.task) {
+    case NodeTask::Operate:
+        return makeConstant(index,
+                            *combined(static_cast<const BinaryExpressionAST*>(node.expression)->op,
+                                      *nodes[child(index, 0)].constant, *nodes[child(index, 1)].constant));
+    case NodeTask::Negate:
+        return makeConstant(
+            index, std::visit([](const auto& x) { return Plain(negative(x)); }, *nodes[child(index, 0)].constant));
+    case NodeTask::PassOn: return makeConstant(index, *nodes[child(index, 0)].constant);
+    case NodeTask::Vector: return makeConstant(index, TracePoint{number(0), number(1), number(2)});
+    case NodeTask::Color: return makeConstant(index, Color{single(number(0)), single(number(1)), single(number(2))});
+    case NodeTask::AColor:
+        return makeConstant(index,
+                            AColor{single(number(0)), single(number(1)), single(number(2)), single(number(3))});
+    case NodeTask::Matrix:
+        return makeConstant(index, Matrix(narrowed(vector(0)), narrowed(vector(1)), narrowed(vector(2))));
+    case NodeTask::Transform: return makeConstant(index, TraceTransform{operand(0, Matrix()), vector(1)});
+    case NodeTask::Call: {
+        const auto* call = static_cast<const BuiltinFunctionAST*>(node.expression);
+        switch (Builtin(call->functionId)) {
+        case Builtin::Sqr: return makeConstant(index, square(number(0)));
+        case Builtin::Sqrt: return makeConstant(index, squareRoot(number(0)));
+        case Builtin::Sin: return makeConstant(index, sine(number(0)));
+        case Builtin::Cos: return makeConstant(index, cosine(number(0)));
+        case Builtin::Length: return makeConstant(index, length(vector(0)));
+        case Builtin::Noise: return makeConstant(index, widened(noise(narrowed(vector(0)))));
+        case Builtin::Pow: return makeConstant(index, power(number(0), number(1)));
+        case Builtin::Cross: return makeConstant(index, crossProduct(vector(0), vector(1)));
+        case Builtin::Uniform: return makeConstant(index, uniform(number(0), number(1), widened(call->sample)));
+        case Builtin::Time:
+        case Builtin::Sample:
+        case Builtin::Pi: return; // no calls
+        }
+        return;
+    }
+    default: return; // no other task is computed from constants
+    }
+}
+
+} // namespace Marl
