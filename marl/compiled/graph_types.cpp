@@ -75,7 +75,6 @@ void Graph::makeConstant(NodeIndex node, const Plain& value)
     made.isTyped = true;
     made.kind = kindOf(value);
     made.constant = &constants.emplace_back(value);
-    made.varies = false;
     made.childCount = 0;
 }
 
