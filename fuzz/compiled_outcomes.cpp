@@ -124,10 +124,14 @@ void expectCompiledSame(const RandomTree& plain, const RandomTree& tree)
         for (std::size_t e = 0; e < expected.size(); ++e) {
             const Column& column = evaluator.column(e);
             expect(column.size() == batch.size(), "a column is as long as its batch");
+            std::vector<int> failures(tree.times.size()); // to throw all would take most of the time
             for (std::size_t i = 0; i < batch.size(); ++i) {
+                const Expected& row = expected[e][places[i]];
+                if (column.failed(i) && !row.outcome.failure.empty() && ++failures[places[i]] > 3)
+                    continue;
                 const Outcome outcome = outcomeOf(column, i);
                 expect(column.failed(i) == !outcome.failure.empty(), "a column says what failed");
-                expectAsWalked("compiled, in a batch", outcome, expected[e][places[i]]);
+                expectAsWalked("compiled, in a batch", outcome, row);
             }
             expectKind(column);
             const auto isSame = [&](const Expected& other) {

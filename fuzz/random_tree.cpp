@@ -80,13 +80,12 @@ void TextStream::read(char* buffer, int size, int*)
 RandomTree::RandomTree(std::span<const std::uint8_t> given, Host::RunningScene& running)
     : bytes(given.data(), given.size()), parser(running)
 {
-    constexpr std::size_t batchSizes[] = {1,  2,  3,   15,  16,  17,  31,  32,  33, 63,
-                                          64, 65, 127, 128, 129, 255, 256, 257, 600};
+    constexpr std::size_t batchSizes[] = {1, 2, 3, 4, 15, 16, 17, 31, 32, 33, 64, 65, 127, 128, 129, 257};
     constexpr std::size_t runs[] = {1, 1, 2, 7, 16, 40, 130};
     const int flags = below(16);
-    holdsKeys = flags == 1 || flags == 6;
+    holdsKeys = flags == 1 || flags % 4 == 2;
     isSorted = flags % 2 == 0;
-    depthLimit = flags < 4 ? below(24) : 200;
+    depthLimit = flags < 3 ? below(24) : 200;
     pattern.size = bytes.PickValueInArray(batchSizes);
     pattern.run = bytes.PickValueInArray(runs);
     pattern.step = bytes.ConsumeIntegral<std::uint8_t>();
@@ -156,6 +155,14 @@ const char* RandomTree::name()
     return names[below(std::size(names))];
 }
 
+// Mostly one whose values are compiled to kernels.
+ValueType RandomTree::anyKind()
+{
+    using enum ValueType;
+    constexpr ValueType typed[] = {Double, Vector, Matrix, Color, AColor, Transform};
+    return below(3) > 0 ? typed[below(std::size(typed))] : ValueType(below(12));
+}
+
 // Mostly the real count.
 int RandomTree::count(int real)
 {
@@ -177,12 +184,12 @@ ExpressionAST* RandomTree::node(ValueType wanted)
     if (levels == mostLevels)
         return nullptr;
     ++levels;
-    ExpressionAST* node = wanted != ValueType::Undefined && below(32) > 0 ? nodeOf(wanted) : anyNode();
+    ExpressionAST* node = wanted != ValueType::Undefined && below(32) < 31 ? nodeOf(wanted) : anyNode();
     --levels;
     return node;
 }
 
-// No bytes are zeros, which are numbers: a tree ends where its bytes do.
+// No bytes are zeros, which are numbers and literals of them: a tree ends where its bytes do.
 // clang-format off
 ExpressionAST* RandomTree::anyNode()
 {
@@ -220,16 +227,17 @@ ExpressionAST* RandomTree::anyNode()
 ExpressionAST* RandomTree::nodeOf(ValueType kind)
 {
     switch (below(16)) {
-    case 1: case 2: return binary(kind);
-    case 3: case 4: return keys(kind);
-    case 5: return negated(kind);
-    case 6: return reference();
+    case 1: case 2: case 3: case 4: return binary(kind);
+    case 5: case 6: return keys(kind);
+    case 7: return negated(kind);
+    case 8: return reference();
     }
     switch (kind) {
     case ValueType::Double:
         switch (below(8)) {
         case 1: return builtin();
-        case 2: case 3: return time();
+        case 2: case 3: case 4: return time();
+        case 5: case 6: return binary(kind);
         }
         return constant();
     case ValueType::List:       return list();
@@ -283,7 +291,9 @@ ExpressionAST* RandomTree::binary(ValueType kind)
     node->op = TOKENTYPE(op < 30 ? TOKEN_PLUS + op % 4 : 42 - op);
     node->left = this->node(kind);
     const int other = below(8);
-    node->right = this->node(other == 1 ? anyKind() : other == 2 ? ValueType::Double : kind);
+    // By a number, for few kinds are multiplied or divided by themselves.
+    const bool scales = node->op == TOKEN_MULTIPLY || node->op == TOKEN_DIVIDE;
+    node->right = this->node(other == 1 ? anyKind() : other == 2 || (scales && other < 7) ? ValueType::Double : kind);
     return node;
 }
 
@@ -332,7 +342,7 @@ ExpressionAST* RandomTree::keys(ValueType kind)
     auto* node = make<InterpolateExpressionAST>();
     interpolations.push_back(node);
     for (int keys = below(16) == 1 ? 0 : 1 + below(4); keys > 0; --keys) {
-        ExpressionAST* time = this->node(ValueType::Double);
+        ExpressionAST* time = below(8) < 6 ? constant() : this->node(ValueType::Double);
         program.append(node, time, this->node(kind));
     }
     node->keyCount = count(node->keyCount);

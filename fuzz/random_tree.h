@@ -68,7 +68,7 @@ private:
     const char* name();
     int count(int real);
 
-    ValueType anyKind() { return ValueType(below(12)); }
+    ValueType anyKind();
 
     // A node, mostly one that has a value of the wanted kind.
     ExpressionAST* node(ValueType wanted = ValueType::Undefined);

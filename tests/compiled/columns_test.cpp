@@ -41,6 +41,11 @@ Expressions assorted(Tree& t)
         t.keys({{-2, vector}, {0, t.vec(1, 2, 3)}, {3, t.product(vector, time)}}),
         t.keys({{time, shared}, {t.negated(time), 7}, {2, time}}), // whose order changes
         t.keys({{-1, t.xform(turned, vector)}, {4, t.xform(1, vector)}}),
+        t.sortedKeys({{-2, 1}, {0.7, 5}, {3, -2}, {9, 0.1}}),
+        t.sortedKeys({{-2, vector}, {0.7, t.vec(1, 0.1, 3)}, {3, t.product(vector, time)}}),
+        t.sortedKeys({{-1, t.xform(turned, vector)}, {4, t.xform(1, vector)}}),
+        t.sortedKeys({{-1, t.rgba(1, time, 2, shared)}, {0, t.rgba(0, 1, 2, 3)}, {0.7, t.rgba(time, 0, 0, 1)}}),
+        t.quotient(t.sum(time, 1), t.difference(t.product(time, 3), t.sum(time, 0.1))), // the right one first
         t.element(t.list({time, vector, t.failing()}), {time}), // of several kinds, or none
         t.sum(t.element(t.list({1, vector}), {time}), 1),       // fails now and then
         t.list({time, vector}),
@@ -212,7 +217,9 @@ TEST(Columns, AreSaidToVaryWhereTheyMay)
 {
     Tree t;
     ExpressionAST* const time = t.call(Builtin::Time);
+    ExpressionAST* const deepAtTimes = t.sortedKeys({{0, 1}, {1, t.negated(t.negated(time))}});
     for (ExpressionAST* varying : Expressions{
+             t.vec(t.rgb(deepAtTimes, 1, 2), 1, 2), // the same where it is not too deep
              time, t.sum(1, t.negated(time)), t.vec(1, time, 2), t.keys({{0, 1}, {1, 2}}), t.keys({{0, time}}),
              t.reference(t.property(time)), t.list({1, time}), t.element(t.list({1, 2}), {time}), t.traced('h', 1),
              t.element(t.traced('h', t.list({1})), {0}), t.sum(t.failing(), 1),

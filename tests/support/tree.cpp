@@ -127,6 +127,13 @@ InterpolateExpressionAST* Tree::keys(std::initializer_list<Key> given)
     return made;
 }
 
+InterpolateExpressionAST* Tree::sortedKeys(std::initializer_list<Key> given)
+{
+    InterpolateExpressionAST* made = keys(given);
+    made->sortKeys();
+    return made;
+}
+
 BuiltinFunctionAST* Tree::call(Builtin function, std::initializer_list<Operand> args, float sample)
 {
     auto* made = with(&BuiltinFunctionAST::args, args);

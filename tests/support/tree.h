@@ -62,6 +62,7 @@ public:
     TransformExpressionAST* xform(const Operand& matrix, const Operand& offset);
     ListExpressionAST* list(const std::vector<Operand>& items);
     InterpolateExpressionAST* keys(std::initializer_list<Key> keys);
+    InterpolateExpressionAST* sortedKeys(std::initializer_list<Key> keys); // constant times are known then
     BuiltinFunctionAST* call(Builtin function, std::initializer_list<Operand> args = {}, float sample = 0);
     ArrayExpressionAST* element(const Operand& target, std::initializer_list<Operand> indices);
     PropertyReferenceAST* reference(const char* object, const char* property);
