@@ -231,6 +231,7 @@ ExpressionAST* RandomTree::nodeOf(ValueType kind)
     case 5: case 6: return keys(kind);
     case 7: return negated(kind);
     case 8: return reference();
+    case 9: return element(kind);
     }
     switch (kind) {
     case ValueType::Double:
@@ -310,11 +311,11 @@ ExpressionAST* RandomTree::builtin()
     return node;
 }
 
-ExpressionAST* RandomTree::list()
+ExpressionAST* RandomTree::list(ValueType kind)
 {
     auto* node = make<ListExpressionAST>();
     for (int items = below(5); items > 0; --items)
-        program.append(node, this->node());
+        program.append(node, this->node(kind));
     node->itemCount = count(node->itemCount);
     return node;
 }
@@ -328,11 +329,13 @@ ExpressionAST* RandomTree::reference()
     return node;
 }
 
-ExpressionAST* RandomTree::element()
+ExpressionAST* RandomTree::element(ValueType kind)
 {
     auto* node = make<ArrayExpressionAST>();
-    node->target = below(4) == 1 ? reference() : this->node(anyKind());
-    for (int indices = below(4); indices > 0; --indices)
+    const bool isAny = kind == ValueType::Undefined;
+    const int target = below(4);
+    node->target = target == 1 ? reference() : target == 2 || !isAny ? list(kind) : this->node(anyKind());
+    for (int indices = isAny ? below(4) : 1; indices > 0; --indices)
         node->indices.push_back(index());
     return node;
 }

@@ -82,9 +82,9 @@ private:
     ExpressionAST* index();
     ExpressionAST* binary(ValueType kind);
     ExpressionAST* builtin();
-    ExpressionAST* list();
+    ExpressionAST* list(ValueType kind = ValueType::Undefined); // of such items
     ExpressionAST* reference();
-    ExpressionAST* element();
+    ExpressionAST* element(ValueType kind = ValueType::Undefined);
     ExpressionAST* keys(ValueType kind);
     ExpressionAST* negated(ValueType kind);
     ExpressionAST* vector(int type);
