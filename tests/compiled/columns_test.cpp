@@ -46,8 +46,8 @@ Expressions assorted(Tree& t)
         t.sortedKeys({{-1, t.xform(turned, vector)}, {4, t.xform(1, vector)}}),
         t.sortedKeys({{-1, t.rgba(1, time, 2, shared)}, {0, t.rgba(0, 1, 2, 3)}, {0.7, t.rgba(time, 0, 0, 1)}}),
         t.quotient(t.sum(time, 1), t.difference(t.product(time, 3), t.sum(time, 0.1))), // the right one first
-        t.element(t.list({time, vector, t.failing()}), {time}), // of several kinds, or none
-        t.sum(t.element(t.list({1, vector}), {time}), 1),       // fails now and then
+        t.element(t.list({time, vector, t.failing()}), {time}),                         // of several kinds, or none
+        t.sum(t.element(t.list({1, vector}), {time}), 1),                               // fails now and then
         t.list({time, vector}),
         t.keys({{0, listOf<Vector>({{1, 2, 3}})}, {5, listOf<Vector>({{4, 5, 6}})}}),
         t.sum(1, TracePoint{1, 2, 3}),
