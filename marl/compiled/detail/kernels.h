@@ -39,11 +39,11 @@ struct Instruction {
     const void* table = nullptr; // a record, or the keys of a curve
 };
 
+inline constexpr std::uint32_t noPlace = ~std::uint32_t(0);
+
 // A part of a program that is computed as one: a property, a value that several expressions share, or one
 // that is needed only at some times. It begins with what it needs of other stretches, once a block; the rest
 // is repeated for the times of a block, a few at a time.
-inline constexpr std::uint32_t noPlace = ~std::uint32_t(0);
-
 struct Stretch {
     std::uint32_t firstInstruction = 0;
     std::uint32_t result = noPlace; // where its arrays lie
