@@ -29,7 +29,7 @@ TARGETS = [
     ("batch of 1,024", ["10,000 keys, random"], "Marl", "C++", 0.3),
     ("batch of 1,024", ["noise of a vector"], "Marl", "C++", 0.3),
     ("batch of 64", ["scene of 2,000"], "Marl", "C++", 1.2),
-    ("one time", S, "walk", "KSeExpr", 0.85),
+    ("one time", S, "walk", "KSeExpr", 1.5),
 ]
 
 

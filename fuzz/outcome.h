@@ -6,6 +6,7 @@
 #include <marl/marl.h>
 
 #include <string>
+#include <string_view>
 
 namespace Marl::Fuzz {
 
@@ -20,6 +21,10 @@ Outcome outcomeOf(CalculationVisitor& evaluator, ExpressionAST* root);
 // Of what is compiled, which leaves nothing where it fails.
 Outcome outcomeOf(const Column& column, std::size_t i);
 Outcome outcomeOf(BatchEvaluator& evaluator, double time, std::size_t expression);
+
+// Whether a failure comes from the levels and references around a node. Those around a host's node do not count
+// in what it leads to once it is compiled.
+bool isOfSurroundings(std::string_view failure);
 
 // Ends the process where they differ in failure, kind or bits, and says so.
 void expectSame(const char* evaluator, const Outcome& outcome, const Outcome& expected);

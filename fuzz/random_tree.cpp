@@ -1,5 +1,7 @@
 #include <fuzz/random_tree.h>
 
+#include <fuzz/outcome.h>
+
 #include <algorithm>
 #include <bit>
 #include <cstring>
@@ -11,16 +13,23 @@ namespace Marl::Fuzz {
 
 namespace {
 
-// A host's own node: nothing is known of it, and it hands on to another one.
+// A host's own node: nothing is known of it. It hands on to another one, and to a second one where the
+// first fails; not where the failure is one of the levels and references around it, which hosts cannot mend.
 class HandingOnAST final : public ExpressionAST {
 public:
     void accept(Visitor* visitor) override
     {
         ++*met;
-        if (inner)
-            inner->accept(visitor);
-        else if (fails)
-            throw InvalidOpException("Nothing to hand on to.");
+        try {
+            if (inner)
+                inner->accept(visitor);
+            else if (fails)
+                throw InvalidOpException("Nothing to hand on to.");
+        } catch (const InvalidOpException& failure) {
+            if (!other || isOfSurroundings(failure.what()))
+                throw;
+            other->accept(visitor);
+        }
     }
     ExpressionAST* getElement(int index) override
     {
@@ -31,6 +40,7 @@ public:
     int* met = nullptr;
     bool fails = true; // without an inner node, else it leaves no value then
     ExpressionAST* inner = nullptr;
+    ExpressionAST* other = nullptr;
 };
 
 constexpr double inf = std::numeric_limits<double>::infinity();
@@ -127,16 +137,6 @@ std::vector<double> RandomTree::batch() const
     for (std::size_t i = 0; i < pattern.size; ++i)
         taken.push_back(times[(i / pattern.run * pattern.step + pattern.first) % times.size()]);
     return taken;
-}
-
-void RandomTree::changeOperators()
-{
-    for (std::size_t i = 0; i + 1 < operators.size(); ++i)
-        switch (i % 3) {
-        case 0: std::swap(operators[i]->left, operators[i + 1]->left); break;
-        case 1: std::swap(operators[i]->right, operators[i + 1]->right); break;
-        case 2: std::swap(operators[i]->op, operators[i + 1]->op); break;
-        }
 }
 
 double RandomTree::number()
@@ -287,7 +287,6 @@ ExpressionAST* RandomTree::index()
 ExpressionAST* RandomTree::binary(ValueType kind)
 {
     auto* node = make<BinaryExpressionAST>();
-    operators.push_back(node);
     const int op = below(32);
     node->op = TOKENTYPE(op < 30 ? TOKEN_PLUS + op % 4 : 42 - op);
     node->left = this->node(kind);
@@ -405,9 +404,12 @@ ExpressionAST* RandomTree::handedOn()
     node->met = &hostsMet;
     node->fails = below(2) == 0;
     // Nodes of this kind alone are no visit, so no limit would end a circle of them.
-    ExpressionAST* inner = this->node();
-    if (!dynamic_cast<HandingOnAST*>(inner))
-        node->inner = inner;
+    const auto unlessOfThisKind = [](ExpressionAST* given) {
+        return dynamic_cast<HandingOnAST*>(given) ? nullptr : given;
+    };
+    node->inner = unlessOfThisKind(this->node());
+    if (below(2) == 0)
+        node->other = unlessOfThisKind(this->node());
     return node;
 }
 

@@ -51,16 +51,11 @@ public:
     TextStream stream;
     int hostsMet = 0; // how often a host's node was visited or asked for an element
 
-    // Operators exchange a field each with the next one, so that some change nothing else.
-    void changeOperators();
-
 private:
     // How a batch takes from the times: every one this often in a row, then one so many places on.
     struct Pattern {
         std::size_t size, run, step, first;
     } pattern;
-
-    std::vector<BinaryExpressionAST*> operators;
 
     int below(int end) { return bytes.ConsumeIntegralInRange(0, end - 1); }
     double number();

@@ -57,6 +57,18 @@ void ReferenceWalk::expectRoom() const
         fail("Expression is nested too deeply.");
 }
 
+// Puts a variable back when a visit ends, also when it fails.
+template <typename T>
+class Restored {
+public:
+    explicit Restored(T& given) : variable(given), before(given) {}
+    ~Restored() { variable = before; }
+
+private:
+    T& variable;
+    T before;
+};
+
 // Lets a node below this one leave its value, if it has any.
 void ReferenceWalk::passOn(ExpressionAST* node)
 {
@@ -65,17 +77,19 @@ void ReferenceWalk::passOn(ExpressionAST* node)
         fail(incomplete);
     if (visitsLeft-- <= 0)
         throw TooMuchWork();
+    const Restored restored(depth);
     ++depth;
     node->accept(this);
-    --depth;
 }
 
 void ReferenceWalk::operand(ExpressionAST* node)
 {
     const std::size_t before = stack.size();
     passOn(node);
-    if (stack.size() == before)
+    if (stack.size() <= before)
         fail(incomplete);
+    stack[before] = stack.back();
+    stack.resize(before + 1);
 }
 
 Value ReferenceWalk::taken()
@@ -156,10 +170,10 @@ void ReferenceWalk::visitPropertyReferenceAST(PropertyReferenceAST* node)
 {
     expectRoom();
     ExpressionAST* expression = referenced(node);
+    const Restored restored(entered);
     if (!entered.insert(node->property).second)
         fail("Property references form a cycle.");
     passOn(expression);
-    entered.erase(node->property);
 }
 
 void ReferenceWalk::visitStringExpression(StringExpressionAST* node)

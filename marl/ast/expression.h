@@ -6,9 +6,6 @@
 
 namespace Marl {
 
-// The nodes that walks meet so often that they read them without a visit.
-enum class FrequentNode : unsigned char { None, Number, Builtin, Binary, Negated, Vector };
-
 // Nodes belong to their program; a host may derive nodes of its own. A tree is prepared by
 // one thread; then any number of evaluators may walk it at once.
 class MARL_API ExpressionAST {
@@ -23,24 +20,11 @@ public:
     // host's node may also return null for the latter. Safe from several threads.
     virtual ExpressionAST* getElement(int index);
 
-    // What the node is, if it is one of the frequent ones; of a host's own node always None.
-    FrequentNode frequentNode() const { return frequent; }
-
     ExpressionAST(const ExpressionAST&) = delete;
     ExpressionAST& operator=(const ExpressionAST&) = delete;
 
 protected:
     ExpressionAST() = default;
-
-private:
-    friend class BinaryExpressionAST;
-    friend class NumberExpressionAST;
-    friend class BuiltinFunctionAST;
-    friend class NegatedExpressionAST;
-    friend class VectorExpressionAST;
-    explicit ExpressionAST(FrequentNode given) : frequent(given) {}
-
-    FrequentNode frequent = FrequentNode::None;
 };
 
 } // namespace Marl

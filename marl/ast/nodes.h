@@ -10,7 +10,6 @@
 #include <marl/ast/source.h>
 #include <marl/ast/token_type.h>
 
-#include <atomic>
 #include <cstdint>
 #include <vector>
 
@@ -18,12 +17,7 @@ namespace Marl {
 
 // left op right
 class MARL_API BinaryExpressionAST final : public ExpressionAST {
-    friend class CalculationVisitor;
-    // Which operation of an evaluator fitted the fields below last. Only a hint: it is checked at every use.
-    std::atomic<unsigned char> inlineCache = 0;
-
 public:
-    BinaryExpressionAST() : ExpressionAST(FrequentNode::Binary) {}
     void accept(Visitor* visitor) override;
 
     TOKENTYPE op = TOKENTYPE(0);
@@ -33,7 +27,6 @@ public:
 
 class MARL_API NumberExpressionAST final : public ExpressionAST {
 public:
-    NumberExpressionAST() : ExpressionAST(FrequentNode::Number) {}
     void accept(Visitor* visitor) override;
 
     double number = 0;
@@ -60,7 +53,6 @@ class MARL_API BuiltinFunctionAST final : public ExpressionAST {
 public:
     static constexpr int maxArgs = 4;
 
-    BuiltinFunctionAST() : ExpressionAST(FrequentNode::Builtin) {}
     void accept(Visitor* visitor) override;
 
     int functionId = 0;
@@ -150,7 +142,6 @@ private:
 
 class MARL_API NegatedExpressionAST final : public ExpressionAST {
 public:
-    NegatedExpressionAST() : ExpressionAST(FrequentNode::Negated) {}
     void accept(Visitor* visitor) override;
 
     ExpressionAST* operand = nullptr;
@@ -160,7 +151,6 @@ public:
 // code has no value at all. Its elements are the components.
 class MARL_API VectorExpressionAST final : public ExpressionAST {
 public:
-    VectorExpressionAST() : ExpressionAST(FrequentNode::Vector) {}
     void accept(Visitor* visitor) override;
     ExpressionAST* getElement(int index) override;
 

@@ -1,11 +1,8 @@
 #include <marl/ast/detail/operations.h>
 
-#include <marl/ast/detail/number_operators.h>
 #include <marl/value/detail/array_hold.h>
 #include <marl/value/detail/blend.h>
 #include <marl/value/detail/failures.h>
-#include <marl/value/detail/functions.h>
-#include <marl/value/detail/noise.h>
 #include <marl/value/detail/operators.h>
 
 #include <algorithm>
@@ -130,7 +127,7 @@ constexpr bool canBeWeighted = std::is_invocable_v<decltype(Rule::product), doub
 
 } // namespace
 
-void operate(TOKENTYPE op, Value& left, const Value& right)
+void operateOnAnyKinds(TOKENTYPE op, Value& left, const Value& right)
 {
     switch (op) {
     case TOKEN_MULTIPLY:
@@ -173,58 +170,6 @@ Value blended(const Value& earlier, const Value& later, double factor)
             fail(unableToSum);
     });
     return between;
-}
-
-Value applied(Builtin function, const Value& argument)
-{
-    const auto number = [&](const char* complaint) {
-        return calculate(function, numberOrThrow(argument, complaint)).number;
-    };
-    switch (function) {
-    case Builtin::Sqr: return number("Function argument for sqr() expected to evaluate to a number.");
-    case Builtin::Sqrt: return number("Function argument for sqrt() expected to evaluate to a number.");
-    case Builtin::Sin: return number("Function argument for sin() expected to evaluate to a number.");
-    case Builtin::Cos: return number("Function argument for cos() expected to evaluate to a number.");
-    case Builtin::Length: return length(argument.getTracePoint());
-    case Builtin::Noise: return widened(noise(argument.getVector()));
-    case Builtin::Time:
-    case Builtin::Sample:
-    case Builtin::Pi:
-    case Builtin::Pow:
-    case Builtin::Cross:
-    case Builtin::Uniform: break;
-    }
-    return Value();
-}
-
-Value applied(Builtin function, const Value& first, const Value& second, double sample)
-{
-    switch (function) {
-    case Builtin::Pow: {
-        const double b =
-            numberOrThrow(second, "Second function argument for pow() expected to evaluate to a number.");
-        const double a = numberOrThrow(first, "First function argument for pow() expected to evaluate to a number.");
-        return power(a, b);
-    }
-    case Builtin::Uniform: {
-        const double b =
-            numberOrThrow(second, "Second function argument for uniform() expected to evaluate to a number.");
-        const double a =
-            numberOrThrow(first, "First function argument for uniform() expected to evaluate to a number.");
-        return uniform(a, b, sample);
-    }
-    case Builtin::Cross: return crossProduct(first.getTracePoint(), second.getTracePoint());
-    case Builtin::Time:
-    case Builtin::Sample:
-    case Builtin::Pi:
-    case Builtin::Sqr:
-    case Builtin::Sqrt:
-    case Builtin::Sin:
-    case Builtin::Cos:
-    case Builtin::Length:
-    case Builtin::Noise: break;
-    }
-    return Value();
 }
 
 } // namespace Marl

@@ -1,6 +1,6 @@
 #include <marl/ast/program.h>
 
-#include <marl/ast/detail/number_operators.h>
+#include <marl/ast/detail/operations.h>
 
 #include <algorithm>
 #include <cmath>
@@ -37,9 +37,9 @@ std::optional<Constant> constantOf(ExpressionAST* node, int& stepsLeft)
         const auto right = left ? constantOf(binary->right, stepsLeft) : std::nullopt;
         if (!right)
             return std::nullopt;
-        const auto [number, isThere] = calculate(binary->op, left->number, right->number);
+        const auto number = operate(binary->op, left->number, right->number);
         const int nesting = std::max(left->nesting, right->nesting) + 1;
-        return isThere ? std::optional(Constant{number, nesting}) : std::nullopt;
+        return number ? std::optional(Constant{*number, nesting}) : std::nullopt;
     }
     return std::nullopt;
 }

@@ -142,7 +142,7 @@ void Compiler::emitLast(NodeIndex index)
     case NodeTask::PassOn: return;
     case NodeTask::Operate: emit(GenericTask::Operate, index); return;
     case NodeTask::Negate: emit(GenericTask::Negate, index); return;
-    case NodeTask::Call: emit(node.childCount == 1 ? GenericTask::CallOne : GenericTask::CallTwo, index); return;
+    case NodeTask::Call: emit(GenericTask::Call, index); return;
     case NodeTask::Vector:
     case NodeTask::Color:
     case NodeTask::AColor:

@@ -1,6 +1,7 @@
 // Generic stretches, one time after the other: what may fail, what asks the host, what changes its kind.
 #include <marl/compiled/detail/machine.h>
 
+#include <marl/ast/detail/builtins.h>
 #include <marl/ast/detail/operations.h>
 #include <marl/compiled/detail/node_class.h>
 #include <marl/value/detail/array_hold.h>
@@ -161,15 +162,11 @@ void BatchEvaluator::Machine::operate(TOKENTYPE op)
     const Result right = std::move(stack.back());
     stack.pop_back();
     Result& left = stack.back();
-    if (left.isNumber() && right.isNumber()) {
-        const double l = left.getNumber(), r = right.getNumber();
-        switch (op) {
-        case TOKEN_PLUS: left = sum(l, r); return;
-        case TOKEN_MINUS: left = difference(l, r); return;
-        case TOKEN_MULTIPLY: left = product(l, r); return;
-        case TOKEN_DIVIDE: left = quotient(l, r); return;
+    if (left.isNumber() && right.isNumber())
+        if (const auto result = Marl::operate(op, left.getNumber(), right.getNumber())) {
+            left = *result;
+            return;
         }
-    }
     Value value = left.getValue();
     Marl::operate(op, value, right.getValue());
     left = Result(std::move(value));
@@ -238,16 +235,11 @@ void BatchEvaluator::Machine::execute(const GenericInstruction& instruction)
         stack.emplace_back(std::move(value));
         return;
     }
-    case GenericTask::CallOne: {
-        const auto* call = static_cast<BuiltinFunctionAST*>(instruction.node);
-        const Value argument = popValue();
-        stack.emplace_back(applied(Builtin(call->functionId), argument));
-        return;
-    }
-    case GenericTask::CallTwo: {
-        const auto* call = static_cast<BuiltinFunctionAST*>(instruction.node);
-        const Value second = popValue(), first = popValue();
-        stack.emplace_back(applied(Builtin(call->functionId), first, second, widened(call->sample)));
+    case GenericTask::Call: {
+        const auto* function = static_cast<BuiltinFunctionAST*>(instruction.node);
+        const auto number = [&](const char* complaint) { return numberOrThrow(popValue(), complaint); };
+        const auto point = [&] { return popValue().getTracePoint(); };
+        stack.emplace_back(call(*function, number, point));
         return;
     }
     case GenericTask::MakeVector: {

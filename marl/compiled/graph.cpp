@@ -1,15 +1,16 @@
 #include <marl/compiled/detail/graph.h>
 
+#include <marl/ast/detail/builtins.h>
 #include <marl/ast/detail/operations.h>
 #include <marl/ast/program.h>
 #include <marl/compiled/detail/node_class.h>
 #include <marl/value/detail/failures.h>
-#include <marl/value/detail/functions.h>
 #include <marl/value/detail/truncation.h>
 #include <marl/value/exceptions.h>
 
 #include <algorithm>
 #include <climits>
+#include <span>
 #include <utility>
 
 namespace Marl {
@@ -243,35 +244,25 @@ void Graph::describe(NodeIndex node, ExpressionAST* expression)
 void Graph::describeCall(NodeIndex node, BuiltinFunctionAST* call)
 {
     GraphNode& made = nodes[node];
-    const auto takes = [&](int arguments) {
-        const auto* missing = std::find(call->args, call->args + arguments, nullptr);
-        if (missing == call->args + arguments) {
-            made.task = NodeTask::Call;
-            return addChildren(node, {call->args, static_cast<std::size_t>(arguments)});
-        }
-        made.levels = 0;
+    const auto arguments = argumentsOf(*call);
+    if (!arguments.empty() && std::ranges::find(arguments, nullptr) == arguments.end()) {
+        made.task = NodeTask::Call;
+        return addChildren(node, arguments);
+    }
+    made.levels = 0;
+    if (!arguments.empty()) {
         made.failure = failIncompleteCall;
-    };
+        return;
+    }
     switch (Builtin(call->functionId)) {
     case Builtin::Time:
-        made.levels = 0;
         made.task = NodeTask::Time;
         made.isTyped = made.varies = true;
         return;
-    case Builtin::Sample: made.levels = 0; return makeConstant(node, widened(call->sample));
-    case Builtin::Pi: made.levels = 0; return makeConstant(node, pi);
-    case Builtin::Sqr:
-    case Builtin::Sqrt:
-    case Builtin::Sin:
-    case Builtin::Cos:
-    case Builtin::Length:
-    case Builtin::Noise: return takes(1);
-    case Builtin::Pow:
-    case Builtin::Cross:
-    case Builtin::Uniform: return takes(2);
+    case Builtin::Sample: return makeConstant(node, widened(call->sample));
+    case Builtin::Pi: return makeConstant(node, pi);
+    default: made.task = NodeTask::Undefined;
     }
-    made.levels = 0;
-    made.task = NodeTask::Undefined;
 }
 
 void Graph::describeKeys(NodeIndex node, InterpolateExpressionAST* keys)

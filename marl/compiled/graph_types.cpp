@@ -1,8 +1,7 @@
 // Which nodes have a kind that follows from the tree, and which of them are constant.
 #include <marl/compiled/detail/graph.h>
 
-#include <marl/value/detail/functions.h>
-#include <marl/value/detail/noise.h>
+#include <marl/ast/detail/builtins.h>
 #include <marl/value/detail/operators.h>
 
 #include <algorithm>
@@ -114,34 +113,14 @@ void Graph::type(NodeIndex index)
     }
     case NodeTask::Negate:
     case NodeTask::PassOn: gives(nodes[below[0]].kind); break;
-    case NodeTask::Call:
-        switch (Builtin(static_cast<const BuiltinFunctionAST*>(node.expression)->functionId)) {
-        case Builtin::Length:
-        case Builtin::Noise:
-            takes({Vector});
-            gives(Number);
-            break;
-        case Builtin::Cross:
-            takes({Vector, Vector});
-            gives(Vector);
-            break;
-        case Builtin::Pow:
-        case Builtin::Uniform:
-            takes({Number, Number});
-            gives(Number);
-            break;
-        case Builtin::Sqr:
-        case Builtin::Sqrt:
-        case Builtin::Sin:
-        case Builtin::Cos:
-            takes({Number});
-            gives(Number);
-            break;
-        case Builtin::Time:
-        case Builtin::Sample:
-        case Builtin::Pi: return; // no calls
-        }
+    case NodeTask::Call: {
+        const auto kindOf = [](ValueType type) { return type == ValueType::Vector ? Vector : Number; };
+        const auto signature = signatureOf(static_cast<const BuiltinFunctionAST*>(node.expression)->functionId);
+        for (std::uint32_t i = 0; i < node.childCount; ++i)
+            replaceOtherKinds(index, i, kindOf(signature.takes));
+        gives(kindOf(signature.gives));
         break;
+    }
     case NodeTask::Vector:
         takes({Number, Number, Number});
         gives(Vector);
@@ -215,22 +194,13 @@ void Graph::computeConstant(NodeIndex index)
         return makeConstant(index, Matrix(narrowed(vector(0)), narrowed(vector(1)), narrowed(vector(2))));
     case NodeTask::Transform: return makeConstant(index, TraceTransform{operand(0, Matrix()), vector(1)});
     case NodeTask::Call: {
-        const auto* call = static_cast<const BuiltinFunctionAST*>(node.expression);
-        switch (Builtin(call->functionId)) {
-        case Builtin::Sqr: return makeConstant(index, square(number(0)));
-        case Builtin::Sqrt: return makeConstant(index, squareRoot(number(0)));
-        case Builtin::Sin: return makeConstant(index, sine(number(0)));
-        case Builtin::Cos: return makeConstant(index, cosine(number(0)));
-        case Builtin::Length: return makeConstant(index, length(vector(0)));
-        case Builtin::Noise: return makeConstant(index, widened(noise(narrowed(vector(0)))));
-        case Builtin::Pow: return makeConstant(index, power(number(0), number(1)));
-        case Builtin::Cross: return makeConstant(index, crossProduct(vector(0), vector(1)));
-        case Builtin::Uniform: return makeConstant(index, uniform(number(0), number(1), widened(call->sample)));
-        case Builtin::Time:
-        case Builtin::Sample:
-        case Builtin::Pi: return; // no calls
-        }
-        return;
+        const auto* function = static_cast<const BuiltinFunctionAST*>(node.expression);
+        std::uint32_t i = node.childCount;
+        const Value result = call(
+            *function, [&](const char*) { return number(--i); }, [&] { return vector(--i); });
+        if (node.kind == Typed::Vector)
+            return makeConstant(index, result.getTracePoint());
+        return makeConstant(index, result.getDouble());
     }
     default: return; // no other task is computed from constants
     }

@@ -1,16 +1,19 @@
-// Operators on values that lie on the stack.
-#include <marl/visitor/detail/operands.h>
-
-#include <marl/ast/detail/operations.h>
-#include <marl/value/detail/operators.h>
+// The operators: their visits, and what hosts call.
+#include <marl/visitor/detail/walking.h>
 
 namespace Marl {
 
-// The right operand is a number or lies on the stack; the left one lies there, below it. Both leave the
-// stack, also when the operator throws.
-MaybeNumber CalculationVisitor::combineTopWith(MaybeNumber right, TOKENTYPE op)
+void CalculationVisitor::visitBinaryExpression(BinaryExpressionAST* node)
 {
-    pushNumber(right);
+    const Level level(*this);
+    evaluate(node->left);
+    evaluate(node->right);
+    combineTopTwo(node->op);
+}
+
+// Both operands leave the stack, also when the operator throws.
+void CalculationVisitor::combineTopTwo(TOKENTYPE op)
+{
     try {
         operate(op, valueStack.below(), valueStack.top());
     } catch (...) {
@@ -19,7 +22,13 @@ MaybeNumber CalculationVisitor::combineTopWith(MaybeNumber right, TOKENTYPE op)
         throw;
     }
     valueStack.pop();
-    return takeIfNumber();
+}
+
+void CalculationVisitor::visitNegatedExpression(NegatedExpressionAST* node)
+{
+    const Level level(*this);
+    evaluate(node->operand);
+    changeSign(valueStack.top());
 }
 
 Value CalculationVisitor::doOp(TOKENTYPE op, const Value& left, const Value& right)
@@ -29,43 +38,12 @@ Value CalculationVisitor::doOp(TOKENTYPE op, const Value& left, const Value& rig
     return result;
 }
 
-Value CalculationVisitor::doSum(const Value& left, const Value& right)
-{
-    return doOp(TOKEN_PLUS, left, right);
-}
-
-Value CalculationVisitor::doSubraction(const Value& left, const Value& right)
-{
-    return doOp(TOKEN_MINUS, left, right);
-}
-
-Value CalculationVisitor::doMultiply(const Value& left, const Value& right)
-{
-    return doOp(TOKEN_MULTIPLY, left, right);
-}
-
-Value CalculationVisitor::doDivision(const Value& left, const Value& right)
-{
-    return doOp(TOKEN_DIVIDE, left, right);
-}
-
-void CalculationVisitor::visitNegatedExpression(NegatedExpressionAST* node)
-{
-    pushNumber(negated(node, levelOfVisit()));
-}
-
-MaybeNumber CalculationVisitor::negated(NegatedExpressionAST* node, int level)
-{
-    const auto [number, isThere] = operand(node->operand, enter(level));
-    if (isThere)
-        return just(negative(number));
-    changeSign(valueStack.top());
-    return {};
-}
-
-void CalculationVisitor::negate(Value& value)
-{
-    changeSign(value);
-}
+// clang-format off
+Value CalculationVisitor::doSum(const Value& left, const Value& right)        { return doOp(TOKEN_PLUS, left, right); }
+Value CalculationVisitor::doSubraction(const Value& left, const Value& right) { return doOp(TOKEN_MINUS, left, right); }
+Value CalculationVisitor::doMultiply(const Value& left, const Value& right)   { return doOp(TOKEN_MULTIPLY, left, right); }
+Value CalculationVisitor::doDivision(const Value& left, const Value& right)   { return doOp(TOKEN_DIVIDE, left, right); }
+void CalculationVisitor::negate(Value& value)                                 { changeSign(value); }
+// clang-format on
 
 } // namespace Marl

@@ -1,72 +1,40 @@
 // The built-in functions.
-#include <marl/visitor/detail/operands.h>
+#include <marl/visitor/detail/walking.h>
 
-#include <marl/ast/detail/number_operators.h>
-#include <marl/ast/detail/operations.h>
-#include <marl/value/detail/functions.h>
+#include <marl/ast/detail/builtins.h>
 #include <marl/value/detail/noise.h>
+
+#include <algorithm>
 
 namespace Marl {
 
 void CalculationVisitor::visitBuiltinFunction(BuiltinFunctionAST* node)
 {
-    if (node)
-        pushNumber(call(node, levelOfVisit()));
+    if (!node)
+        return;
+    switch (Builtin(node->functionId)) {
+    case Builtin::Time: return valueStack.push(timeParam);
+    case Builtin::Sample: return valueStack.push(widened(node->sample));
+    case Builtin::Pi: return valueStack.push(pi);
+    default: break;
+    }
+    const auto arguments = argumentsOf(*node);
+    if (std::ranges::find(arguments, nullptr) != arguments.end())
+        failIncompleteCall();
+    for (ExpressionAST* argument : arguments) {
+        const Level level(*this);
+        evaluate(argument);
+    }
+    callOnTop(*node);
 }
 
-MaybeNumber CalculationVisitor::call(BuiltinFunctionAST* node, int level)
+// A function takes its arguments off the stack, the last one first: one that is refused leaves those before
+// it there.
+void CalculationVisitor::callOnTop(const BuiltinFunctionAST& node)
 {
-    const auto function = Builtin(node->functionId);
-    switch (function) {
-    case Builtin::Time: return just(timeParam);
-    case Builtin::Sample: return just(widened(node->sample));
-    case Builtin::Pi: return just(pi);
-    case Builtin::Sqr:
-    case Builtin::Sqrt:
-    case Builtin::Sin:
-    case Builtin::Cos:
-    case Builtin::Length:
-    case Builtin::Noise: {
-        if (!node->args[0])
-            failIncompleteCall();
-        const MaybeNumber argument = operand(node->args[0], enter(level));
-        if (argument.isThere)
-            if (const MaybeNumber result = calculate(function, argument.number); result.isThere)
-                return result;
-        return applyToOne(function, argument);
-    }
-    case Builtin::Pow:
-    case Builtin::Cross:
-    case Builtin::Uniform: {
-        if (!node->args[0] || !node->args[1])
-            failIncompleteCall();
-        const int inside = enter(level);
-        evaluate(node->args[0], inside);
-        return applyToTwo(function, operand(node->args[1], inside), widened(node->sample));
-    }
-    }
-    valueStack.push();
-    return {};
-}
-
-MaybeNumber CalculationVisitor::applyToOne(Builtin function, MaybeNumber argument)
-{
-    return just(applied(function, taken(argument)).getDouble());
-}
-
-// The first argument lies on the stack, and stays there when the second one, which is judged before it,
-// is refused.
-MaybeNumber CalculationVisitor::applyToTwo(Builtin function, MaybeNumber secondOperand, double sample)
-{
-    const Value second = taken(secondOperand);
-    try {
-        valueStack.top() = applied(function, valueStack.top(), second, sample);
-    } catch (...) {
-        if (!isUndefined(second))
-            valueStack.pop();
-        throw;
-    }
-    return takeIfNumber();
+    const auto number = [this](const char* complaint) { return takeNumber(complaint); };
+    const auto point = [this] { return takePoint(); };
+    valueStack.push(call(node, number, point));
 }
 
 float CalculationVisitor::noise(const Vector& point)

@@ -4,10 +4,11 @@
 #include <marl/api.h>
 #include <marl/ast/nodes.h>
 #include <marl/ast/visitor.h>
-#include <marl/value/maybe_number.h>
 #include <marl/value/value.h>
+#include <marl/visitor/active_properties.h>
 #include <marl/visitor/value_stack.h>
 
+#include <cstddef>
 #include <optional>
 
 namespace Marl {
@@ -92,46 +93,27 @@ public:
     float noise(const Vector& point);
 
 private:
+    class Level;
     class ActiveReference;
     class HeldValue;
-    class Surroundings;
     struct Bracket;
-    struct Operations;
 
-    FrequentNode shortcutTo(const ExpressionAST* node) const;
-    const double* leaf(const ExpressionAST* node) const;
-    int levelOfVisit();
-    int enter(int level) const;
-    MaybeNumber operand(ExpressionAST* node, int level);
-    MaybeNumber walk(FrequentNode shortcut, ExpressionAST* node, int level);
-    MaybeNumber walkOther(FrequentNode shortcut, ExpressionAST* node, int level);
-    MaybeNumber visited(ExpressionAST* node, int level);
-    void passOn(ExpressionAST* node, int level);
-    void evaluate(ExpressionAST* node, int level);
-    void pushNumber(MaybeNumber number);
-    MaybeNumber takeIfNumber();
-    Value taken(MaybeNumber operand);
-    [[gnu::noinline]] double takeNumber(const char* complaint);
-    double numberOrTake(MaybeNumber operand, const char* complaint);
-    double numberOrLeave(ExpressionAST* node, int level, const char* complaint);
-    Vector takeVector();
-    [[gnu::noinline]] void replaceTopByTransform();
-    [[gnu::noinline]] void takeVectorInto(Vector& column);
+    void passOn(ExpressionAST* node);
+    void evaluate(ExpressionAST* node);
+    void settle(std::ptrdiff_t before);
 
-    MaybeNumber binary(BinaryExpressionAST* node, int level);
-    [[gnu::noinline]] MaybeNumber combineTopWith(MaybeNumber right, TOKENTYPE op);
-    bool vector(VectorExpressionAST* node, int level);
-    MaybeNumber vectorOperand(VectorExpressionAST* node, int level);
-    MaybeNumber negated(NegatedExpressionAST* node, int level);
-    MaybeNumber call(BuiltinFunctionAST* node, int level);
-    [[gnu::noinline]] MaybeNumber applyToOne(Builtin function, MaybeNumber argument);
-    [[gnu::noinline]] MaybeNumber applyToTwo(Builtin function, MaybeNumber second, double sample);
+    Value takeValue();
+    double takeNumber(const char* complaint);
+    double takeNumberOrLeave(const char* complaint);
+    TracePoint takePoint();
+    Matrix takeMatrix();
 
-    bool knowsTimes(const InterpolateExpressionAST* node, int level) const;
+    void combineTopTwo(TOKENTYPE op);
+    void callOnTop(const BuiltinFunctionAST& node);
+    void blendTopWith(const Value& earlier, double factor);
+    bool knowsTimes(const InterpolateExpressionAST* node) const;
     Bracket bracketKnownTime(const InterpolateExpressionAST::ConstantTimes& known) const;
-    Bracket bracketVaryingTime(InterpolateExpressionAST* node, int level);
-    [[gnu::noinline]] void replaceTopByBlend(double earlier, double factor);
-    [[gnu::noinline]] void replaceTopByBlend(const Value& earlier, double factor);
+    Bracket bracketVaryingTime(const InterpolateExpressionAST* node);
 
     template <typename T>
     void pushTypedList(ListTypeExpressionAST<T>* node);
@@ -141,9 +123,8 @@ private:
     ValueStack valueStack;
 
     int depthLimit = 10'000;
-    bool shortcuts = true;
-    int depth = 0; // levels around the node that accepts the evaluator
-    ActiveReference* innermostReference = nullptr;
+    int depth = 0;
+    ActiveProperties activeProperties;
     std::optional<ValueStack> heldValues; // taken off the stack and needed later in the same visit
 };
 

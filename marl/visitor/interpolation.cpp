@@ -1,8 +1,9 @@
 // Values that change over time: the pair of keys around the time, and the blend between them.
-#include <marl/visitor/detail/operands.h>
+#include <marl/visitor/detail/walking.h>
 
-#include <marl/ast/detail/operations.h>
 #include <marl/value/detail/blend.h>
+
+#include <typeinfo>
 
 namespace Marl {
 
@@ -14,43 +15,49 @@ struct CalculationVisitor::Bracket {
     double factor = 0;
 };
 
+// Takes the top value off the stack and keeps it aside while another one is evaluated.
+class CalculationVisitor::HeldValue {
+public:
+    explicit HeldValue(CalculationVisitor& owner) : evaluator(owner)
+    {
+        if (!evaluator.heldValues) // few evaluations have any
+            evaluator.heldValues.emplace();
+        evaluator.heldValues->push(evaluator.takeValue());
+    }
+    ~HeldValue() { evaluator.heldValues->pop(); }
+    HeldValue(const HeldValue&) = delete;
+    HeldValue& operator=(const HeldValue&) = delete;
+
+    const Value& operator*() const { return evaluator.heldValues->top(); }
+
+private:
+    CalculationVisitor& evaluator;
+};
+
 void CalculationVisitor::visitInterpolateExpression(InterpolateExpressionAST* node)
 {
-    const int inside = enter(levelOfVisit());
-    const Bracket keys =
-        knowsTimes(node, inside) ? bracketKnownTime(node->constantTimes()) : bracketVaryingTime(node, inside);
+    const Level level(*this);
+    const Bracket keys = knowsTimes(node) ? bracketKnownTime(node->constantTimes()) : bracketVaryingTime(node);
     if (!keys.earlier)
         failIncomplete();
     if (!keys.later || dontInterpolate != 0)
-        return passOn(keys.earlier->value, inside);
-
-    // As nearly all keys are.
-    const double *const earlierLeaf = leaf(keys.earlier->value), *const laterLeaf = leaf(keys.later->value);
-    if (earlierLeaf && laterLeaf)
-        return valueStack.push(blend(*earlierLeaf, *laterLeaf, keys.factor));
-
-    const MaybeNumber earlier = operand(keys.earlier->value, inside);
-    if (!earlier.isThere) {
-        const HeldValue held(*this);
-        evaluate(keys.later->value, inside);
-        return replaceTopByBlend(heldValues->top(), keys.factor);
-    }
-    const MaybeNumber later = operand(keys.later->value, inside);
-    if (!later.isThere)
-        return replaceTopByBlend(earlier.number, keys.factor);
-    valueStack.push(blend(earlier.number, later.number, keys.factor));
+        return passOn(keys.earlier->value);
+    evaluate(keys.earlier->value);
+    const HeldValue earlier(*this);
+    evaluate(keys.later->value);
+    blendTopWith(*earlier, keys.factor);
 }
 
-// Times that sortKeys() found constant need no visit. That must hide neither a time that
-// nests too deeply here nor keys that were added by hand since.
-bool CalculationVisitor::knowsTimes(const InterpolateExpressionAST* node, int level) const
+// Times that sortKeys() found constant need no visit. That must hide neither a time that nests too deeply
+// here, nor keys that were added by hand since, nor the visits that a derived evaluator overrides.
+bool CalculationVisitor::knowsTimes(const InterpolateExpressionAST* node) const
 {
     const auto& known = node->constantTimes();
     return !known.keys.empty() && known.keys.front() == node->firstKey && known.keys.back() == node->lastKey
-        && level + known.nesting <= depthLimit;
+        && depth + known.nesting <= depthLimit && typeid(*this) == typeid(CalculationVisitor);
 }
 
-inline CalculationVisitor::Bracket
+CalculationVisitor::Bracket
 CalculationVisitor::bracketKnownTime(const InterpolateExpressionAST::ConstantTimes& known) const
 {
     const auto& [times, keys, nesting] = known;
@@ -63,15 +70,14 @@ CalculationVisitor::bracketKnownTime(const InterpolateExpressionAST::ConstantTim
 }
 
 // The times may come in any order, some perhaps NaN: the first neighbors that have the time between
-// them count. Every key's time is evaluated all the same. Part of the visit in every build, for its
-// frame would count at every level.
-[[gnu::always_inline]] inline CalculationVisitor::Bracket
-CalculationVisitor::bracketVaryingTime(InterpolateExpressionAST* node, int level)
+// them count. Every key's time is evaluated all the same.
+CalculationVisitor::Bracket CalculationVisitor::bracketVaryingTime(const InterpolateExpressionAST* node)
 {
     InterpolateKey *previous = nullptr, *earlier = nullptr, *later = nullptr;
     double firstTime = 0, previousTime = 0, factor = 0;
     for (InterpolateKey* key = node->firstKey; key; key = key->next) {
-        const double time = numberOrLeave(key->time, level, Complaint::keyTime);
+        evaluate(key->time);
+        const double time = takeNumberOrLeave(Complaint::keyTime);
         if (!previous)
             firstTime = time;
         else if (!later && timeParam >= previousTime && !(timeParam >= time)) {
@@ -92,19 +98,10 @@ CalculationVisitor::bracketVaryingTime(InterpolateExpressionAST* node, int level
 }
 
 // The later value lies on the stack and leaves it, also when the blend throws.
-void CalculationVisitor::replaceTopByBlend(const Value& earlier, double factor)
+void CalculationVisitor::blendTopWith(const Value& earlier, double factor)
 {
-    try {
-        valueStack.top() = blended(earlier, valueStack.top(), factor);
-    } catch (...) {
-        valueStack.pop();
-        throw;
-    }
-}
-
-void CalculationVisitor::replaceTopByBlend(double earlier, double factor)
-{
-    replaceTopByBlend(Value(earlier), factor);
+    const Value later = takeValue();
+    valueStack.push(blended(earlier, later, factor));
 }
 
 } // namespace Marl

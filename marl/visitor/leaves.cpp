@@ -1,5 +1,5 @@
 // Nodes without operands, and references, which stand for another property's expression.
-#include <marl/visitor/detail/operands.h>
+#include <marl/visitor/detail/walking.h>
 
 #include <marl/ast/program.h>
 
@@ -38,36 +38,27 @@ void CalculationVisitor::visitStringExpression(StringExpressionAST* node)
     valueStack.push(std::move(value));
 }
 
+class CalculationVisitor::ActiveReference {
+public:
+    ActiveReference(CalculationVisitor& owner, const PropertyAST* property) : evaluator(owner)
+    {
+        evaluator.activeProperties.enter(property);
+    }
+    ~ActiveReference() { evaluator.activeProperties.leave(); }
+    ActiveReference(const ActiveReference&) = delete;
+    ActiveReference& operator=(const ActiveReference&) = delete;
+
+private:
+    CalculationVisitor& evaluator;
+};
+
 void CalculationVisitor::visitPropertyReferenceAST(PropertyReferenceAST* node)
 {
-    const int inside = enter(levelOfVisit());
+    const Level level(*this);
     if (!node->property)
         failUnbound();
     const ActiveReference active(*this, node->property);
-    passOn(node->property->expression, inside);
-}
-
-// Of the frequent nodes the operation is called at once, which saves two virtual calls and
-// the way over the stack.
-MaybeNumber CalculationVisitor::walkOther(FrequentNode shortcut, ExpressionAST* node, int level)
-{
-    switch (shortcut) {
-    case FrequentNode::Builtin: return call(static_cast<BuiltinFunctionAST*>(node), level);
-    case FrequentNode::Negated: return negated(static_cast<NegatedExpressionAST*>(node), level);
-    case FrequentNode::Vector: return vectorOperand(static_cast<VectorExpressionAST*>(node), level);
-    default: return visited(node, level);
-    }
-}
-
-// An operand must leave a value: a literal of no known kind and a host's node that forgets to
-// are incomplete.
-MaybeNumber CalculationVisitor::visited(ExpressionAST* node, int level)
-{
-    const Value* before = valueStack.mark();
-    passOn(node, level);
-    if (valueStack.mark() == before)
-        failIncomplete();
-    return takeIfNumber();
+    passOn(node->property->expression);
 }
 
 } // namespace Marl

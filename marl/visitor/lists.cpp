@@ -1,7 +1,6 @@
 // Lists and the selection of their elements.
-#include <marl/visitor/detail/operands.h>
+#include <marl/visitor/detail/walking.h>
 
-#include <marl/ast/detail/operations.h>
 #include <marl/value/detail/array_hold.h>
 #include <marl/value/detail/truncation.h>
 
@@ -12,11 +11,8 @@ void CalculationVisitor::visitListExpression(ListExpressionAST* node)
     ArrayHold<Value> list(node->itemCount);
     int i = 0;
     for (const ListItem* item = node->firstItem; item; item = item->next, ++i) {
-        const auto [number, isThere] = operand(item->expression, enter(levelOfVisit()));
-        if (isThere && i < list->count)
-            list[i].setDouble(number);
-        if (isThere)
-            continue;
+        const Level level(*this);
+        evaluate(item->expression);
         if (i < list->count)
             list[i] = std::move(valueStack.top());
         valueStack.pop();
@@ -46,26 +42,21 @@ void CalculationVisitor::visitListFloatExpressionAST(ListTypeExpressionAST<float
 void CalculationVisitor::visitListStringExpressionAST(ListTypeExpressionAST<CharString>* node) { pushTypedList(node); }
 // clang-format on
 
-// What is refused leaves the stack too. Apart from the visit, whose frame must hold no value.
-double CalculationVisitor::takeNumber(const char* complaint)
-{
-    return numberOrThrow(taken({}), complaint);
-}
-
 // Works on the tree: only the selected element is evaluated, the target as a whole is not.
 void CalculationVisitor::visitArrayExpressionAST(ArrayExpressionAST* node)
 {
-    const int inside = enter(levelOfVisit());
+    const Level level(*this);
     ExpressionAST* selected = node->target;
     for (ExpressionAST* index : node->indices) {
-        const int position = truncated(numberOrTake(operand(index, inside), Complaint::index));
+        evaluate(index);
+        const int position = truncated(takeNumber(Complaint::index));
         if (!selected)
             failIncomplete();
         selected = selected->getElement(position);
         if (!selected)
             failOutsideArray();
     }
-    passOn(selected, inside);
+    passOn(selected);
 }
 
 } // namespace Marl

@@ -1,73 +1,61 @@
 // Vectors, colors, matrices and transforms built from their parts.
-#include <marl/visitor/detail/operands.h>
+#include <marl/visitor/detail/walking.h>
 
-#include <marl/ast/detail/operations.h>
 #include <marl/value/detail/precision.h>
 
 namespace Marl {
 
+// A literal of any other kind has no value, and its components are not evaluated.
 void CalculationVisitor::visitVectorExpression(VectorExpressionAST* node)
-{
-    vector(node, levelOfVisit());
-}
-
-// False for a literal of no known kind, which has no value.
-bool CalculationVisitor::vector(VectorExpressionAST* node, int level)
 {
     const auto type = ValueType(node->valueType);
     if (type != ValueType::Vector && type != ValueType::Color)
-        return false;
-    const int inside = enter(level);
-    const bool isVector = type == ValueType::Vector;
-    const char* complaint = isVector ? Complaint::vector : Complaint::color;
-    const double x = numberOrLeave(node->components[0], inside, complaint);
-    const double y = numberOrLeave(node->components[1], inside, complaint);
-    const double z = numberOrLeave(node->components[2], inside, complaint);
-    if (isVector)
+        return;
+    const Level level(*this);
+    double components[3];
+    for (int i = 0; i < 3; ++i) {
+        evaluate(node->components[i]);
+        components[i] = takeNumberOrLeave(type == ValueType::Vector ? Complaint::vector : Complaint::color);
+    }
+    const auto& [x, y, z] = components;
+    if (type == ValueType::Vector)
         valueStack.push(TracePoint{x, y, z});
     else
         valueStack.push(Color{single(x), single(y), single(z)});
-    return true;
 }
 
 void CalculationVisitor::visitAColorExpression(AColorExpressionAST* node)
 {
-    const int inside = enter(levelOfVisit());
+    const Level level(*this);
     float components[4];
-    for (int i = 0; i < 4; ++i)
-        components[i] = single(numberOrLeave(node->components[i], inside, Complaint::acolor));
-    valueStack.push(AColor{components[0], components[1], components[2], components[3]});
-}
-
-void CalculationVisitor::takeVectorInto(Vector& column)
-{
-    column = takeVector();
+    for (int i = 0; i < 4; ++i) {
+        evaluate(node->components[i]);
+        components[i] = single(takeNumberOrLeave(Complaint::acolor));
+    }
+    const auto& [red, green, blue, alpha] = components;
+    valueStack.push(AColor{red, green, blue, alpha});
 }
 
 void CalculationVisitor::visitMatrixExpression(MatrixExpressionAST* node)
 {
-    const int inside = enter(levelOfVisit());
+    const Level level(*this);
     Matrix matrix;
     for (int k = 0; k < 3; ++k) {
-        evaluate(node->columns[k], inside);
-        takeVectorInto(matrix.columns[k]);
+        evaluate(node->columns[k]);
+        matrix.columns[k] = narrowed(takePoint());
     }
     valueStack.push(matrix);
 }
 
-// The matrix waits aside, where no frame grows by it.
 void CalculationVisitor::visitTransformExpression(TransformExpressionAST* node)
 {
-    const int inside = enter(levelOfVisit());
-    evaluate(node->matrix, inside);
-    const HeldValue matrix(*this);
-    evaluate(node->offset, inside);
-    replaceTopByTransform();
-}
-
-void CalculationVisitor::replaceTopByTransform()
-{
-    valueStack.top() = TraceTransform{heldValues->top().getMatrix(), valueStack.top().getTracePoint()};
+    const Level level(*this);
+    TraceTransform transform;
+    evaluate(node->matrix);
+    transform.matrix = takeMatrix();
+    evaluate(node->offset);
+    transform.offset = takePoint();
+    valueStack.push(transform);
 }
 
 void CalculationVisitor::visitTransformHexExpression(TransformHexExpressionAST* node)

@@ -1,29 +1,26 @@
 #include <marl/visitor/value_stack.h>
 
+#include <new>
+
 namespace Marl {
 
-void ValueStack::freeChunks() noexcept
+void ValueStack::grow()
 {
-    for (Chunk* chunk = first.following; chunk;)
-        delete std::exchange(chunk, chunk->following);
+    const auto count = static_cast<std::size_t>(next - bottom);
+    const std::size_t capacity = 2 * count;
+    auto* larger = static_cast<Value*>(::operator new(capacity * sizeof(Value)));
+    std::uninitialized_move(bottom, next, larger);
+    std::destroy(bottom, next);
+    if (bottom != first())
+        freeStorage();
+    bottom = larger;
+    next = larger + count;
+    end = larger + capacity;
 }
 
-void ValueStack::enterNextChunk()
+void ValueStack::freeStorage() noexcept
 {
-    if (!current->following) {
-        current->following = new Chunk;
-        current->following->previous = current;
-    }
-    current = current->following;
-    next = begin = current->begin();
-    end = current->end();
-}
-
-void ValueStack::leaveChunk() noexcept
-{
-    current = current->previous;
-    next = end = current->end();
-    begin = current == &first ? nullptr : current->begin();
+    ::operator delete(bottom);
 }
 
 } // namespace Marl

@@ -10,82 +10,59 @@
 
 namespace Marl {
 
-// Owns its values and never moves one: it grows by further chunks, as a stack over a
-// double-ended queue does. The first chunk lies inside the stack itself, so that most
-// evaluations allocate nothing, and a chunk once allocated is kept until the end.
+// The first values lie inside the stack itself, so that most evaluations allocate nothing. When it grows
+// its values move, and pointers to them end.
 class MARL_API ValueStack {
 public:
     ValueStack() noexcept = default;
     ~ValueStack()
     {
-        while (!isEmpty())
-            pop();
-        if (first.following)
-            freeChunks();
+        std::destroy(bottom, next);
+        if (bottom != first())
+            freeStorage();
     }
     ValueStack(const ValueStack&) = delete;
     ValueStack& operator=(const ValueStack&) = delete;
 
-    bool isEmpty() const noexcept { return next == first.begin(); }
+    // How high the stack is: a multiple of valueHeight, which spares a division.
+    std::ptrdiff_t height() const noexcept
+    {
+        return reinterpret_cast<const std::byte*>(next) - reinterpret_cast<const std::byte*>(bottom);
+    }
+    static constexpr std::ptrdiff_t valueHeight = sizeof(Value);
+    bool isEmpty() const noexcept { return next == bottom; }
 
     // Of a stack that is not empty.
     Value& top() noexcept { return next[-1]; }
     const Value& top() const noexcept { return next[-1]; }
 
     // The value under the top one, of a stack that has two.
-    Value& below() noexcept { return next - current->begin() > 1 ? next[-2] : current->previous->end()[-1]; }
-
-    // Differs after one more value was pushed.
-    const Value* mark() const noexcept { return next; }
+    Value& below() noexcept { return next[-2]; }
 
     // Throws std::bad_alloc, and then nothing has changed.
     template <typename... Args>
     void push(Args&&... args)
     {
         if (next == end)
-            enterNextChunk();
+            grow();
         std::construct_at(next, std::forward<Args>(args)...);
         ++next;
     }
 
-    void pop() noexcept
-    {
-        std::destroy_at(next - 1);
-        popNumber();
-    }
-
-    // Of a top value that is a number, and so needs no destruction.
-    void popNumber() noexcept
-    {
-        --next;
-        if (next == begin)
-            leaveChunk();
-    }
+    // Of a stack that is not empty.
+    void pop() noexcept { std::destroy_at(--next); }
 
 private:
-    struct Chunk {
-        static constexpr int capacity = 8;
+    static constexpr std::size_t fewValues = 8;
 
-        Value* begin() noexcept { return reinterpret_cast<Value*>(storage); }
-        const Value* begin() const noexcept { return reinterpret_cast<const Value*>(storage); }
-        Value* end() noexcept { return begin() + capacity; }
+    Value* first() noexcept { return reinterpret_cast<Value*>(storage); }
+    void grow();
+    void freeStorage() noexcept;
 
-        Chunk* previous = nullptr;
-        Chunk* following = nullptr; // owned
-        alignas(Value) std::byte storage[capacity * sizeof(Value)];
-    };
-
-    void freeChunks() noexcept;
-    void enterNextChunk();
-    void leaveChunk() noexcept;
-
-    Chunk first;
-    Chunk* current = &first;
-    // The place behind the top value, and the places where a pop or a push changes the chunk.
-    // The first chunk is never left.
-    Value* next = first.begin();
-    Value* begin = nullptr;
-    Value* end = first.end();
+    alignas(Value) std::byte storage[fewValues * sizeof(Value)];
+    Value* bottom = first();
+    Value* next = bottom; // the place behind the top value
+    Value* end = bottom + fewValues;
 };
 
 } // namespace Marl

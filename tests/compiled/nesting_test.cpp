@@ -1,6 +1,7 @@
 // Large and deep trees on a small stack: neither compiling nor evaluating grows it with the tree.
 #include <tests/support/compiled.h>
 #include <tests/support/shown.h>
+#include <tests/support/stack.h>
 #include <tests/support/tree.h>
 #include <tests/support/wrappings.h>
 
@@ -10,31 +11,14 @@
 #include <functional>
 #include <vector>
 
-#include <pthread.h>
-
 namespace Marl::Tests {
 namespace {
-
-void onASmallStack(std::function<void()> action)
-{
-    pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, 256 * 1024), 0);
-    pthread_t thread;
-    const auto run = [](void* given) -> void* {
-        (*static_cast<std::function<void()>*>(given))();
-        return nullptr;
-    };
-    ASSERT_EQ(pthread_create(&thread, &attributes, run, &action), 0);
-    pthread_join(thread, nullptr);
-    pthread_attr_destroy(&attributes);
-}
 
 // What compiled expressions come to at some times, compiled and evaluated on a small stack.
 std::vector<Value> evaluatedThere(const Expressions& expressions, const Times& times)
 {
     std::vector<Value> results;
-    onASmallStack([&] {
+    onAStackOf(256 * 1024, [&] {
         const CompiledExpressions compiled(expressions);
         BatchEvaluator evaluator(compiled);
         evaluator.evaluate(times);
@@ -116,7 +100,7 @@ TEST(SmallStack, TakesWhatIsNestedTooDeeply)
     circle->operand = circle;
     expressions.push_back(t.keys({{0, 1}, {1, circle}})); // at the early times it is not reached
     std::vector<std::string> results;
-    onASmallStack([&] {
+    onAStackOf(256 * 1024, [&] {
         const CompiledExpressions compiled(expressions);
         BatchEvaluator evaluator(compiled);
         evaluator.setDepthLimit(100);

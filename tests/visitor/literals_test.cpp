@@ -135,26 +135,5 @@ TEST(Evaluator, KeepsItsResultUntilTheNext)
     EXPECT_EQ(resultOf(sum), "5050");
 }
 
-// What an evaluator reads without a visit must not pass by a host that overrides visits.
-TEST(Evaluator, MayBeDerivedFrom)
-{
-    class Counting final : public CalculationVisitor {
-    public:
-        void visitNumberExpression(NumberExpressionAST* node) override
-        {
-            ++numbers;
-            CalculationVisitor::visitNumberExpression(node);
-        }
-        void visitBuiltinFunction(BuiltinFunctionAST*) override { Tree().node(100)->accept(this); }
-
-        int numbers = 0;
-    };
-    Tree t;
-    Counting evaluator;
-    t.sum(t.negated(1), t.keys({{-1, t.call(Builtin::Time)}, {1, t.element(t.list({6}), {0})}}))->accept(&evaluator);
-    EXPECT_EQ(shown(evaluator.getResult()), "52");
-    EXPECT_EQ(evaluator.numbers, 6);
-}
-
 } // namespace
 } // namespace Marl::Tests

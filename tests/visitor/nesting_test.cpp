@@ -1,5 +1,6 @@
 // Deep trees: they evaluate on a stack of 8 MiB or fail with a message, and are freed all the same.
 #include <tests/support/shown.h>
+#include <tests/support/stack.h>
 #include <tests/support/tree.h>
 #include <tests/support/wrappings.h>
 
@@ -96,6 +97,29 @@ TEST(Nesting, BeyondAllLimitsIsAFailureOfBothVisitors)
         EXPECT_EQ(messageOf([&] { node->accept(&evaluator); }), tooDeep);
         EXPECT_EQ(messageOf([&] { node->accept(&pass); }), tooDeep);
     }
+}
+
+// However many references lie in one another, another one costs the same; else this takes minutes.
+TEST(Nesting, ManyReferencesInOneAnotherAreNoBurden)
+{
+    constexpr int many = 100'000;
+    Tree t;
+    PropertyAST* const last = t.property(t.traced('x', 5));
+    PropertyAST* first = last;
+    for (int i = 1; i < many; ++i)
+        first = t.property(t.reference(first));
+    onAStackOf(512 * 1024 * 1024, [&] {
+        CalculationVisitor evaluator;
+        evaluator.setDepthLimit(many + 10);
+        for (int round = 0; round < 2; ++round) {
+            first->expression->accept(&evaluator);
+            EXPECT_EQ(shown(evaluator.getResult()), "5");
+        }
+        last->expression = t.reference(first);
+        EXPECT_EQ(messageOf([&] { first->expression->accept(&evaluator); }), "Property references form a cycle.");
+        EXPECT_EQ(messageOf([&] { first->expression->accept(&evaluator); }), "Property references form a cycle.");
+    });
+    EXPECT_EQ(t.trail, "xx");
 }
 
 } // namespace

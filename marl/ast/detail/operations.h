@@ -1,17 +1,45 @@
-// What operators, functions, literals and keys make of their operands' values: which rule of arithmetic
+// What operators, literals and keys make of their operands' values: which rule of arithmetic
 // (marl/value/detail) applies to which kinds, and what is said when none does.
 #pragma once
 
 #include <marl/ast/nodes.h>
 #include <marl/ast/token_type.h>
 #include <marl/value/detail/failures.h>
+#include <marl/value/detail/operators.h>
 #include <marl/value/value.h>
+
+#include <optional>
 
 namespace Marl {
 
+inline bool isNumber(const Value& value)
+{
+    return value.getValueType() == static_cast<int>(ValueType::Double);
+}
+
+// Nothing for an operator code that is none of the four.
+inline std::optional<double> operate(TOKENTYPE op, double left, double right)
+{
+    switch (op) {
+    case TOKEN_PLUS: return sum(left, right);
+    case TOKEN_MINUS: return difference(left, right);
+    case TOKEN_MULTIPLY: return product(left, right);
+    case TOKEN_DIVIDE: return quotient(left, right);
+    }
+    return std::nullopt;
+}
+
+void operateOnAnyKinds(TOKENTYPE op, Value& left, const Value& right);
+
 // Puts the result in the place of the left operand, which stays as it is when this throws. A list result
 // shares no storage with the operands. An operator code that is none of the four gives an undefined value.
-void operate(TOKENTYPE op, Value& left, const Value& right);
+inline void operate(TOKENTYPE op, Value& left, const Value& right)
+{
+    if (isNumber(left) && isNumber(right)) // as nearly all operands are
+        if (const auto result = operate(op, left.getDouble(), right.getDouble()))
+            return left.setDouble(*result);
+    operateOnAnyKinds(op, left, right);
+}
 
 // In place; a kind without sign stays as it is.
 void changeSign(Value& value);
@@ -19,11 +47,6 @@ void changeSign(Value& value);
 // What a key's value becomes on the way to the next one. The kind of the earlier value decides: what
 // cannot be weighted holds; what can be weighted but not added is the author's mistake.
 Value blended(const Value& earlier, const Value& later, double factor);
-
-// What functions of one and of two arguments come to; the second argument is judged before the first.
-// Undefined for a function that takes no such arguments.
-Value applied(Builtin function, const Value& argument);
-Value applied(Builtin function, const Value& first, const Value& second, double sample);
 
 inline bool isUndefined(const Value& value)
 {

@@ -32,8 +32,7 @@ enum class GenericTask : unsigned char {
     RequireNumber, // the operand on top must be one, else the complaint
     Operate,
     Negate,
-    CallOne,
-    CallTwo,
+    Call,
     MakeVector,
     MakeColor,
     MakeAColor,

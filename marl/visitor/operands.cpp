@@ -1,0 +1,51 @@
+#include <marl/visitor/detail/walking.h>
+
+namespace Marl {
+
+// A vector literal of no known kind leaves no value, nor does a host's node that forgets to. More than one is
+// left by a host's node that catches what a child throws and evaluates another one: what the failure left lies
+// below the value then, and is given up.
+void CalculationVisitor::settle(std::ptrdiff_t before)
+{
+    if (valueStack.height() <= before)
+        failIncomplete();
+    while (valueStack.height() > before + ValueStack::valueHeight) {
+        valueStack.below() = std::move(valueStack.top());
+        valueStack.pop();
+    }
+}
+
+// What is refused has left the stack too.
+double CalculationVisitor::takeNumber(const char* complaint)
+{
+    const bool isRefused = isUndefined(valueStack.top());
+    const double number = valueStack.top().getDouble();
+    valueStack.pop();
+    if (isRefused)
+        fail(complaint);
+    return number;
+}
+
+// What is refused stays on the stack.
+double CalculationVisitor::takeNumberOrLeave(const char* complaint)
+{
+    const double number = numberOrThrow(valueStack.top(), complaint);
+    valueStack.pop();
+    return number;
+}
+
+TracePoint CalculationVisitor::takePoint()
+{
+    const TracePoint point = valueStack.top().getTracePoint();
+    valueStack.pop();
+    return point;
+}
+
+Matrix CalculationVisitor::takeMatrix()
+{
+    const Matrix matrix = valueStack.top().getMatrix();
+    valueStack.pop();
+    return matrix;
+}
+
+} // namespace Marl
