@@ -25,7 +25,7 @@ KeyTimes::KeyTimes(std::vector<double> ascending) : times(std::move(ascending))
                         [](auto a, auto b) { return std::max(a, b); });
 }
 
-// Of a time that is not before the first. Rounding keeps order: what lies in an earlier cell is earlier.
+// The time must not be before the first. Rounding keeps order: what lies in an earlier cell is earlier.
 std::size_t KeyTimes::cellOf(double time) const
 {
     const auto cell = static_cast<std::ptrdiff_t>((time - front()) * cellsPerTime);

@@ -1,4 +1,4 @@
-// What the host provides behind a tree: the text it was read from and the running scene.
+// The host behind a tree: the text it was read from and the running scene.
 #pragma once
 
 #include <marl/api.h>

@@ -1,4 +1,4 @@
-// What walks expression trees implement: one operation a node class.
+// The interface of walks over expression trees: one operation a node class.
 #pragma once
 
 #include <marl/api.h>

@@ -37,7 +37,7 @@ public:
     // the columns.
     void evaluate(std::span<const double> times);
 
-    // Of expressions[expression] at the times of the last evaluate(); valid until the next.
+    // The values of expressions[expression] at the times of the last evaluate(); valid until the next one.
     const Column& column(std::size_t expression) const;
 
     // One expression at one time, without a column; throws what the walk throws. The columns stay.

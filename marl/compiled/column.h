@@ -1,4 +1,4 @@
-// What one expression comes to at all times of a batch.
+// The values of one expression at all times of a batch.
 #pragma once
 
 #include <marl/api.h>
@@ -22,7 +22,7 @@ public:
 
     std::size_t size() const;
 
-    // Of all its values; nothing when they differ, when one failed or is missing, and of an empty batch.
+    // The kind that all values have; nothing when they differ, when one failed or is missing, or without times.
     std::optional<ValueType> kind() const;
 
     // Empty for a column of another kind.

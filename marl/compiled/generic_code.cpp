@@ -112,7 +112,7 @@ NodeIndex Compiler::operandOf(NodeIndex index, std::uint32_t i) const
     return graph.child(index, node.task == NodeTask::Keys ? node.keyCount + i : i);
 }
 
-// What is done with an operand before the next one is evaluated.
+// An operand may be judged before the next one is evaluated.
 void Compiler::emitBetween(NodeIndex index, std::uint32_t i)
 {
     const GraphNode& node = graph.nodes[index];

@@ -29,7 +29,6 @@ Result BatchEvaluator::Machine::failureOf(const Exception& thrown)
     return latestFailure;
 }
 
-// What a fresh walk leaves of a node.
 Result BatchEvaluator::Machine::walk(ExpressionAST* node) const
 {
     CalculationVisitor walk;

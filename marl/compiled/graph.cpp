@@ -294,7 +294,7 @@ void Graph::describeKeys(NodeIndex node, InterpolateExpressionAST* keys)
     addChildren(node, times);
 }
 
-// What an index may select, as far as the tree alone can say.
+// The elements that an index may select, as far as the tree alone can say.
 struct Graph::Selection {
     std::vector<ExpressionAST*> elements;
     bool isCertain = true; // one element, whatever happens

@@ -17,7 +17,7 @@ Typed kindOf(const Plain& value)
     return static_cast<Typed>(value.index());
 }
 
-// What an operator comes to where its pair of kinds has a row.
+// Nothing where the rule has no row for the two kinds.
 template <auto rule>
 std::optional<Plain> combined(const Plain& left, const Plain& right)
 {

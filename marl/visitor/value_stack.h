@@ -32,14 +32,14 @@ public:
     static constexpr std::ptrdiff_t valueHeight = sizeof(Value);
     bool isEmpty() const noexcept { return next == bottom; }
 
-    // Of a stack that is not empty.
+    // The stack must not be empty.
     Value& top() noexcept { return next[-1]; }
     const Value& top() const noexcept { return next[-1]; }
 
-    // The value under the top one, of a stack that has two.
+    // The value under the top one; there must be two.
     Value& below() noexcept { return next[-2]; }
 
-    // Throws std::bad_alloc, and then nothing has changed.
+    // Of arguments that do not lie in the stack. Throws std::bad_alloc, and then nothing has changed.
     template <typename... Args>
     void push(Args&&... args)
     {
@@ -49,7 +49,6 @@ public:
         ++next;
     }
 
-    // Of a stack that is not empty.
     void pop() noexcept { std::destroy_at(--next); }
 
 private:

@@ -85,6 +85,7 @@ TEST(Environment, OfTheCallerChangesNoResult)
         t.call(Noise, {t.vec(time, 0.3, 0.7)}),
         t.vec(time, 1e-320, 1e-42),
         t.product(t.vec(time, 0.1, 1e-40), 0.7),
+        t.quotient(t.vec(t.sum(time, 1e30), 0, 0), 1e39), // by way of a divisor too small for a normal number
         t.rgb(0.1, 1e-41, time),
         t.quotient(t.rgb(0.1, time, 1e39), 3),
         t.call(Length, {t.vec(time, 0.1, 0.2)}),

@@ -1,5 +1,5 @@
-// What operators, literals and keys make of their operands' values: which rule of arithmetic
-// (marl/value/detail) applies to which kinds, and what is said when none does.
+// Operators, literals and keys on values: which rule of arithmetic (marl/value/detail) applies to which kinds,
+// and what is said when none does.
 #pragma once
 
 #include <marl/ast/nodes.h>
@@ -44,7 +44,7 @@ inline void operate(TOKENTYPE op, Value& left, const Value& right)
 // In place; a kind without sign stays as it is.
 void changeSign(Value& value);
 
-// What a key's value becomes on the way to the next one. The kind of the earlier value decides: what
+// A key's value on the way to the next one's. The kind of the earlier value decides: what
 // cannot be weighted holds; what can be weighted but not added is the author's mistake.
 Value blended(const Value& earlier, const Value& later, double factor);
 
@@ -61,7 +61,7 @@ inline double numberOrThrow(const Value& value, const char* complaint)
     return value.getDouble();
 }
 
-// What is said of a value that is no number where one is expected.
+// Said of a value that is no number where one is expected.
 namespace Complaint {
 
 inline constexpr const char* vector = "Vector expected to contain numbers only";

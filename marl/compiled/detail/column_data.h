@@ -1,4 +1,4 @@
-// What a column consists of.
+// The storage of a column.
 #pragma once
 
 #include <marl/compiled/column.h>

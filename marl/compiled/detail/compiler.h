@@ -17,7 +17,7 @@ public:
     Compiler(std::span<ExpressionAST* const> expressions, CompiledProgram& program);
 
 private:
-    // What a typed node's computation leaves behind, and where.
+    // Where a typed value is to go, and in which form.
     struct Destination {
         enum class Where : unsigned char { Accumulator, Fresh, Place, PlaceOfSingles };
         Where where = Where::Accumulator;

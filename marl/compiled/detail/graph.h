@@ -13,7 +13,6 @@
 
 namespace Marl {
 
-// What a node does with its children.
 enum class NodeTask : unsigned char {
     Constant, // a plain record
     Time,

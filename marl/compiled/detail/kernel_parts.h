@@ -1,4 +1,4 @@
-// What the kernels are made of and share with other sources.
+// All that the kernels take from other sources, included before an instruction set is raised.
 #pragma once
 
 #include <marl/compiled/detail/kernels.h>

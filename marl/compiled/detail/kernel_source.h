@@ -143,7 +143,7 @@ struct Compute<Number, std::integer_sequence<int, k...>> {
             return accumulator;
     }
 
-    // What operators.h says of two numbers, side by side.
+    // The rules of operators.h for two numbers, several times side by side.
     template <NumberRule rule>
     static Number applied(Number left, Number right)
     {

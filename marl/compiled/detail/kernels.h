@@ -95,7 +95,6 @@ struct StretchState {
     std::uint64_t done[blockLength / 64] = {};
 };
 
-// What kernels see of the evaluation that they are part of.
 struct Evaluation {
     std::byte* registers = nullptr;
     const double* times = nullptr;    // of the block, the last one repeated up to a full step

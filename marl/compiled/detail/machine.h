@@ -1,4 +1,4 @@
-// What evaluates a compiled program.
+// The interpreter of compiled programs.
 #pragma once
 
 #include <marl/compiled/batch_evaluator.h>
@@ -42,7 +42,7 @@ private:
         const GenericInstruction* instruction;
     };
 
-    // What a generic stretch came to that several need, or that does not vary.
+    // The results of a generic stretch that several need, or that does not vary.
     struct Kept {
         std::vector<Result> results;        // one a time of the block, or one for the batch
         std::vector<std::uint64_t> numbers; // of the block, or the batch, that each belongs to

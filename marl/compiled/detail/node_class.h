@@ -1,4 +1,4 @@
-// What class a node has, asked of the object: a host's node may answer accept() with any visit.
+// The class of a node, asked of the object itself: a host's node may answer accept() with any visit.
 #pragma once
 
 #include <marl/ast/expression.h>

@@ -1,4 +1,4 @@
-// What expressions are compiled to: stretches of typed instructions, and stretches of generic ones.
+// A compiled program: stretches of typed instructions, and stretches of generic ones.
 #pragma once
 
 #include <marl/ast/nodes.h>

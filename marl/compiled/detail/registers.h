@@ -26,7 +26,7 @@ using Plain = std::variant<double, TracePoint, Matrix, Color, AColor, TraceTrans
 enum class Form : unsigned char { Number, Vector, WideVector, Matrix, Color, AColor, Transform };
 inline constexpr int forms = 7;
 
-// What a form holds: first its floats, then its doubles.
+// A form's columns in the registers: first those of floats, then those of doubles.
 // clang-format off
 template <Form form> struct Layout;
 template <> struct Layout<Form::Number>     { using Record = double;         static constexpr int floats = 0, doubles = 1; };

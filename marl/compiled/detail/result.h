@@ -1,4 +1,4 @@
-// What a generic instruction yields for one time.
+// The outcome of a generic instruction at one time: a value, a failure, or nothing.
 #pragma once
 
 #include <marl/ast/expression.h>
@@ -82,7 +82,7 @@ public:
     bool isFailure() const noexcept { return kind == Kind::Failure; }
 
     double getNumber() const noexcept { return number; }
-    // Of a number or a value; undefined of nothing.
+    // Undefined where there is nothing.
     Value getValue() const
     {
         if (kind == Kind::Number)
