@@ -2,6 +2,7 @@
 // prepared once by a DecorationVisitor and evaluated by any number of CalculationVisitors.
 #pragma once
 
+#include <marl/ast/function_expression.h>
 #include <marl/ast/list_text.h>
 #include <marl/ast/nodes.h>
 #include <marl/ast/program.h>

@@ -28,6 +28,7 @@ template <typename T>
 class ListTypeExpressionAST;
 class RuntimeValueAST;
 class ObjectIDExpressionAST;
+class FunctionExpressionAST;
 
 class ProgramAST;
 class ObjectAST;

@@ -1,5 +1,6 @@
 #include <marl/ast/nodes.h>
 
+#include <marl/ast/function_expression.h>
 #include <marl/ast/visitor.h>
 
 namespace Marl {
@@ -27,6 +28,7 @@ template <> void ListTypeExpressionAST<float>::accept(Visitor* v)      { v->visi
 template <> void ListTypeExpressionAST<CharString>::accept(Visitor* v) { v->visitListStringExpressionAST(this); }
 void RuntimeValueAST::accept(Visitor* v)                   { v->visitRuntimeValueAST(this); }
 void ObjectIDExpressionAST::accept(Visitor* v)             { v->visitObjectIDExpression(this); }
+void FunctionExpressionAST::accept(Visitor* v)             { v->visitFunctionExpression(this); }
 // clang-format on
 
 } // namespace Marl

@@ -33,6 +33,9 @@ public:
     virtual void visitRuntimeValueAST(RuntimeValueAST* node) = 0;
     virtual void visitObjectIDExpression(ObjectIDExpressionAST* node) = 0;
 
+    // A function of the host's. Unless overridden, each argument accepts the visitor.
+    virtual void visitFunctionExpression(FunctionExpressionAST* node);
+
 protected:
     ~Visitor() = default;
 };

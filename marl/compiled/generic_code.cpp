@@ -143,6 +143,7 @@ void Compiler::emitLast(NodeIndex index)
     case NodeTask::Operate: emit(GenericTask::Operate, index); return;
     case NodeTask::Negate: emit(GenericTask::Negate, index); return;
     case NodeTask::Call: emit(GenericTask::Call, index); return;
+    case NodeTask::Function: emit(GenericTask::CallFunction, index).count = node.childCount; return;
     case NodeTask::Vector:
     case NodeTask::Color:
     case NodeTask::AColor:

@@ -3,6 +3,7 @@
 
 #include <marl/ast/detail/builtins.h>
 #include <marl/ast/detail/operations.h>
+#include <marl/ast/function_expression.h>
 #include <marl/compiled/detail/node_class.h>
 #include <marl/value/detail/array_hold.h>
 #include <marl/value/detail/operators.h>
@@ -239,6 +240,14 @@ void BatchEvaluator::Machine::execute(const GenericInstruction& instruction)
         const auto number = [&](const char* complaint) { return numberOrThrow(popValue(), complaint); };
         const auto point = [&] { return popValue().getTracePoint(); };
         stack.emplace_back(call(*function, number, point));
+        return;
+    }
+    case GenericTask::CallFunction: {
+        std::vector<Value> arguments(instruction.count);
+        for (std::uint32_t i = instruction.count; i-- > 0;)
+            arguments[i] = popValue();
+        auto* function = static_cast<FunctionExpressionAST*>(instruction.node);
+        stack.emplace_back(function->call(arguments, {typed.times[genericTime], typed.holds}));
         return;
     }
     case GenericTask::MakeVector: {

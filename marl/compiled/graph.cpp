@@ -2,6 +2,7 @@
 
 #include <marl/ast/detail/builtins.h>
 #include <marl/ast/detail/operations.h>
+#include <marl/ast/function_expression.h>
 #include <marl/ast/program.h>
 #include <marl/compiled/detail/node_class.h>
 #include <marl/value/detail/failures.h>
@@ -227,6 +228,7 @@ void Graph::describe(NodeIndex node, ExpressionAST* expression)
         made.keyCount = made.childCount;
         return;
     }
+    case NodeClass::Function: return describeFunction(node, static_cast<FunctionExpressionAST*>(expression));
     case NodeClass::Host:
     case NodeClass::ObjectReference:
     case NodeClass::RuntimeValue: made.varies = true; return leaf(NodeTask::Visit);
@@ -263,6 +265,15 @@ void Graph::describeCall(NodeIndex node, BuiltinFunctionAST* call)
     case Builtin::Pi: return makeConstant(node, pi);
     default: made.task = NodeTask::Undefined;
     }
+}
+
+void Graph::describeFunction(NodeIndex node, FunctionExpressionAST* function)
+{
+    GraphNode& made = nodes[node];
+    made.task = NodeTask::Function;
+    made.levels = function->arguments.empty() ? 0 : 1;
+    made.varies = !function->isPure();
+    addChildren(node, function->arguments);
 }
 
 void Graph::describeKeys(NodeIndex node, InterpolateExpressionAST* keys)
@@ -315,7 +326,7 @@ Graph::Selection Graph::elementsOf(ArrayExpressionAST* array, NodeIndex node)
         std::vector<ExpressionAST*> further;
         for (ExpressionAST* selectedBefore : selected.elements) {
             ExpressionAST* whole = behindReferences(selectedBefore);
-            if (!whole || classOf(*whole) == NodeClass::Host)
+            if (!whole || classOf(*whole) == NodeClass::Host || classOf(*whole) == NodeClass::Function)
                 selected.asksHost = true;
             else
                 addSelectable(*whole, position, further);

@@ -2,7 +2,9 @@
 #include <marl/compiled/detail/graph.h>
 
 #include <marl/ast/detail/builtins.h>
+#include <marl/ast/function_expression.h>
 #include <marl/value/detail/operators.h>
+#include <marl/value/exceptions.h>
 
 #include <algorithm>
 #include <optional>
@@ -15,6 +17,32 @@ namespace {
 Typed kindOf(const Plain& value)
 {
     return static_cast<Typed>(value.index());
+}
+
+std::optional<Typed> typedKind(ValueType kind)
+{
+    switch (kind) {
+    case ValueType::Double: return Typed::Number;
+    case ValueType::Vector: return Typed::Vector;
+    case ValueType::Matrix: return Typed::Matrix;
+    case ValueType::Color: return Typed::Color;
+    case ValueType::AColor: return Typed::AColor;
+    case ValueType::Transform: return Typed::Transform;
+    default: return std::nullopt;
+    }
+}
+
+std::optional<Plain> plainOf(const Value& value)
+{
+    switch (ValueType(value.getValueType())) {
+    case ValueType::Double: return value.getDouble();
+    case ValueType::Vector: return value.getTracePoint();
+    case ValueType::Matrix: return value.getMatrix();
+    case ValueType::Color: return value.getColor();
+    case ValueType::AColor: return value.getAColor();
+    case ValueType::Transform: return value.getTransform();
+    default: return std::nullopt;
+    }
 }
 
 // Nothing where the rule has no row for the two kinds.
@@ -89,6 +117,8 @@ void Graph::replaceOtherKinds(NodeIndex node, std::uint32_t i, Typed kind)
 void Graph::type(NodeIndex index)
 {
     GraphNode& node = nodes[index];
+    if (node.task == NodeTask::Function)
+        return typeFunction(index);
     const auto below = childrenOf(index);
     if (below.empty() || !std::ranges::all_of(below, [&](NodeIndex i) { return nodes[i].isTyped; }))
         return;
@@ -168,6 +198,41 @@ void Graph::type(NodeIndex index)
     node.need = static_cast<std::uint8_t>(std::min(std::max({1, most, again + 1}), 255));
 }
 
+// A function is typed where its arguments have the kinds that it says.
+void Graph::typeFunction(NodeIndex index)
+{
+    GraphNode& node = nodes[index];
+    const auto kinds = static_cast<const FunctionExpressionAST*>(node.expression)->kinds();
+    const auto below = childrenOf(index);
+    const auto isOfKind = [&](NodeIndex i, ValueType kind) {
+        return nodes[i].isTyped && typedKind(kind) == nodes[i].kind;
+    };
+    if (!kinds || !typedKind(kinds->gives) || !std::ranges::equal(below, kinds->takes, isOfKind))
+        return;
+    node.isTyped = true;
+    node.kind = *typedKind(kinds->gives);
+    node.need = 255;
+    if (!node.varies && std::ranges::all_of(below, [&](NodeIndex i) { return nodes[i].constant != nullptr; }))
+        computeFunction(index);
+}
+
+// What breaks its word and throws, or gives another kind, is computed when it is needed.
+void Graph::computeFunction(NodeIndex index)
+{
+    GraphNode& node = nodes[index];
+    std::vector<Value> arguments;
+    for (const NodeIndex below : childrenOf(index))
+        arguments.push_back(std::visit([](const auto& record) { return Value(record); }, *nodes[below].constant));
+    auto* function = static_cast<FunctionExpressionAST*>(const_cast<ExpressionAST*>(node.expression));
+    try {
+        const Value value = function->call(arguments, Moment());
+        if (const auto plain = plainOf(value); plain && kindOf(*plain) == node.kind)
+            return makeConstant(index, *plain);
+    } catch (const Exception&) {
+    }
+    node.isTyped = false;
+}
+
 void Graph::computeConstant(NodeIndex index)
 {
     const GraphNode& node = nodes[index];
@@ -198,9 +263,7 @@ void Graph::computeConstant(NodeIndex index)
         std::uint32_t i = node.childCount;
         const Value result = call(
             *function, [&](const char*) { return number(--i); }, [&] { return vector(--i); });
-        if (node.kind == Typed::Vector)
-            return makeConstant(index, result.getTracePoint());
-        return makeConstant(index, result.getDouble());
+        return makeConstant(index, *plainOf(result));
     }
     default: return; // no other task is computed from constants
     }

@@ -1,5 +1,6 @@
 #include <marl/compiled/detail/node_class.h>
 
+#include <marl/ast/function_expression.h>
 #include <marl/ast/nodes.h>
 
 #include <typeinfo>
@@ -52,7 +53,7 @@ NodeClass classOf(const ExpressionAST& node)
     for (const auto& [candidate, nodeClass] : known)
         if (candidate == type)
             return nodeClass;
-    return NodeClass::Host;
+    return dynamic_cast<const FunctionExpressionAST*>(&node) ? NodeClass::Function : NodeClass::Host;
 }
 
 } // namespace Marl

@@ -4,6 +4,7 @@
 // Records lie in places of their own. Operands are computed from an explicit stack of frames.
 #include <marl/compiled/detail/compiler.h>
 
+#include <marl/ast/function_expression.h>
 #include <marl/value/detail/functions.h>
 
 #include <algorithm>
@@ -287,6 +288,7 @@ void Compiler::advance()
         return;
     }
     case NodeTask::Call: return call();
+    case NodeTask::Function: return callFunction();
     case NodeTask::Vector:
     case NodeTask::Color:
     case NodeTask::AColor:
@@ -534,6 +536,28 @@ void Compiler::fillComponents()
             return push(part, {Destination::Where::Place, Form::Number, frame.target + i * doublesSize});
         return push(part, {Destination::Where::PlaceOfSingles, Form::Number, frame.target + i * floatsSize});
     }
+}
+
+// Its arguments wait in places of their own, however many they are.
+void Compiler::callFunction()
+{
+    Frame& frame = frames.back();
+    const GraphNode& node = graph.nodes[frame.node];
+    if (frame.stage == 0) {
+        frame.function = &program.typedFunctions.emplace_back();
+        frame.function->function = static_cast<FunctionExpressionAST*>(const_cast<ExpressionAST*>(node.expression));
+        frame.function->form = formOf(node.kind);
+    }
+    TypedFunction& function = *frame.function;
+    if (frame.stage < node.childCount) {
+        const NodeIndex argument = graph.child(frame.node, frame.stage++);
+        const Place place = fresh(formOf(graph.nodes[argument].kind));
+        function.arguments.push_back({place.at, place.form});
+        return push(argument, {Destination::Where::Place, place.form, place.at});
+    }
+    deliverRecord(kernels.function, function.form, &function);
+    for (const auto& [place, form] : function.arguments) // not before the value has its place
+        giveBack({place, form, true});
 }
 
 // False where an operand has to be computed first; the frame is entered again then.

@@ -1,7 +1,8 @@
-// The built-in functions.
+// The built-in functions, and those that a host brings.
 #include <marl/visitor/detail/walking.h>
 
 #include <marl/ast/detail/builtins.h>
+#include <marl/ast/function_expression.h>
 #include <marl/value/detail/noise.h>
 
 #include <algorithm>
@@ -35,6 +36,30 @@ void CalculationVisitor::callOnTop(const BuiltinFunctionAST& node)
     const auto number = [this](const char* complaint) { return takeNumber(complaint); };
     const auto point = [this] { return takePoint(); };
     valueStack.push(call(node, number, point));
+}
+
+void CalculationVisitor::visitFunctionExpression(FunctionExpressionAST* node)
+{
+    for (ExpressionAST* argument : node->arguments) {
+        const Level level(*this);
+        evaluate(argument);
+    }
+    callOnTop(*node);
+}
+
+// The arguments leave the stack, also when the function throws.
+void CalculationVisitor::callOnTop(FunctionExpressionAST& node)
+{
+    const std::size_t count = node.arguments.size();
+    Value result;
+    try {
+        result = node.call(valueStack.newest(count), {timeParam, dontInterpolate != 0});
+    } catch (...) {
+        valueStack.pop(count);
+        throw;
+    }
+    valueStack.pop(count);
+    valueStack.push(std::move(result));
 }
 
 float CalculationVisitor::noise(const Vector& point)

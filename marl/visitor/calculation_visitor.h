@@ -70,6 +70,7 @@ public:
     void visitListStringExpressionAST(ListTypeExpressionAST<CharString>* node) override;
     void visitRuntimeValueAST(RuntimeValueAST* node) override;
     void visitObjectIDExpression(ObjectIDExpressionAST* node) override;
+    void visitFunctionExpression(FunctionExpressionAST* node) override;
 
     virtual ~CalculationVisitor() = default;
 
@@ -110,6 +111,7 @@ private:
 
     void combineTopTwo(TOKENTYPE op);
     void callOnTop(const BuiltinFunctionAST& node);
+    void callOnTop(FunctionExpressionAST& node);
     void blendTopWith(const Value& earlier, double factor);
     bool knowsTimes(const InterpolateExpressionAST* node) const;
     Bracket bracketKnownTime(const InterpolateExpressionAST::ConstantTimes& known) const;

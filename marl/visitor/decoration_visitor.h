@@ -58,6 +58,7 @@ public:
     void visitListStringExpressionAST(ListTypeExpressionAST<CharString>* node) override;
     void visitRuntimeValueAST(RuntimeValueAST* node) override;
     void visitObjectIDExpression(ObjectIDExpressionAST* node) override;
+    void visitFunctionExpression(FunctionExpressionAST* node) override;
 
 private:
     class Level;

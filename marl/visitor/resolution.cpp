@@ -1,5 +1,6 @@
 #include <marl/visitor/decoration_visitor.h>
 
+#include <marl/ast/function_expression.h>
 #include <marl/value/detail/failures.h>
 #include <marl/value/exceptions.h>
 
@@ -109,6 +110,12 @@ void DecorationVisitor::visitListExpression(ListExpressionAST* node)
 {
     for (const ListItem* item = node->firstItem; item; item = item->next)
         walk(item->expression);
+}
+
+void DecorationVisitor::visitFunctionExpression(FunctionExpressionAST* node)
+{
+    for (ExpressionAST* argument : node->arguments)
+        walk(argument);
 }
 
 void DecorationVisitor::visitArrayExpressionAST(ArrayExpressionAST* node)

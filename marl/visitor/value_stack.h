@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <utility>
 
 namespace Marl {
@@ -39,6 +40,9 @@ public:
     // The value under the top one; there must be two.
     Value& below() noexcept { return next[-2]; }
 
+    // The `count` values on top, which must be there, from below.
+    std::span<const Value> newest(std::size_t count) const noexcept { return {next - count, count}; }
+
     // Of arguments that do not lie in the stack. Throws std::bad_alloc, and then nothing has changed.
     template <typename... Args>
     void push(Args&&... args)
@@ -50,6 +54,12 @@ public:
     }
 
     void pop() noexcept { std::destroy_at(--next); }
+
+    void pop(std::size_t count) noexcept
+    {
+        for (; count > 0; --count)
+            pop();
+    }
 
 private:
     static constexpr std::size_t fewValues = 8;

@@ -1,6 +1,7 @@
 // The ways in which one node can lie in another.
 #pragma once
 
+#include <tests/support/host_function.h>
 #include <tests/support/shown.h>
 #include <tests/support/tree.h>
 
@@ -30,6 +31,12 @@ inline const Wrapping wrappings[] = {
     {"argument", [](Tree& t, ExpressionAST* inner) { return t.call(Builtin::Sqr, {inner}); }},
     {"second argument", [](Tree& t, ExpressionAST* inner) { return t.call(Builtin::Pow, {1, inner}); }},
     {"index", [](Tree& t, ExpressionAST* inner) { return t.element(listOf({0, 0}), {inner}); }},
+    {"argument of a host's function", [](Tree& t, ExpressionAST* inner) {
+         auto* function = t.program.make<HostFunction>();
+         function->rule = [](std::span<const Value> values, const Moment&) { return values[1]; };
+         function->arguments = {t.node(1), inner};
+         return function;
+     }},
     {"target", [](Tree& t, ExpressionAST* inner) { return t.element(inner, {}); }},
 };
 // The pass walks the list as well, and does not follow references.

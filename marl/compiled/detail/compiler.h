@@ -39,6 +39,7 @@ private:
         Place operands[2];
         std::uint32_t target = 0;
         bool rightFirst = false;
+        TypedFunction* function = nullptr;
     };
 
     // A number that needs no computation.
@@ -65,6 +66,7 @@ private:
     void call();
     void blendVaryingKeys();
     void fillComponents();
+    void callFunction();
     void push(NodeIndex node, Destination to);
     void pop() { frames.pop_back(); }
     bool fetch(std::initializer_list<Form> forms);

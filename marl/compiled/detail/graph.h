@@ -18,7 +18,8 @@ enum class NodeTask : unsigned char {
     Time,
     Operate,
     Negate,
-    Call, // a function of one or two arguments
+    Call,     // a built-in function of one or two arguments
+    Function, // of the host's
     Vector,
     Color,
     AColor,
@@ -94,6 +95,9 @@ private:
     void describe(NodeIndex node, ExpressionAST* expression);
     void describeKeys(NodeIndex node, InterpolateExpressionAST* keys);
     void describeCall(NodeIndex node, BuiltinFunctionAST* call);
+    void describeFunction(NodeIndex node, FunctionExpressionAST* function);
+    void typeFunction(NodeIndex node);
+    void computeFunction(NodeIndex node);
     void addChildren(NodeIndex node, std::span<ExpressionAST* const> expressions);
     bool addElements(NodeIndex node);
     Selection elementsOf(ArrayExpressionAST* node, NodeIndex index);

@@ -504,6 +504,12 @@ struct Compute<Number, std::integer_sequence<int, k...>> {
         MARL_GO_ON(accumulator...);
     }
 
+    MARL_KERNEL callFunction(MARL_STATE)
+    {
+        callTyped(*static_cast<const TypedFunction*>(step->table), *e, step->result, position, wanted(e, position));
+        MARL_GO_ON(accumulator...);
+    }
+
     // Goes back to where the stretch began until all times of the block are computed.
     [[gnu::always_inline]] static inline void again(const Instruction* step, Evaluation* e, std::byte* registers,
                                                     std::size_t position, Same<Number, k>... accumulator)

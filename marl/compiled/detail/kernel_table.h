@@ -150,6 +150,7 @@ Kernels allKernels()
     all.functions[static_cast<int>(NumberFunction::Negative)] = MARL_BOTH(template apply<NumberFunction::Negative>);
     addOperandKernels(all, std::make_integer_sequence<int, operands>());
     all.uniform = MARL_BOTH(blendByShare);
+    all.function = MARL_BOTH(callFunction);
 
     constexpr auto pairs = std::make_integer_sequence<int, typedKinds * typedKinds>();
     addRecordKernels<Rule::sum>(all.records[static_cast<int>(RecordRule::Sum)], pairs);

@@ -7,6 +7,7 @@
 // The kernels are compiled from one source for each instruction set; all give the same bits.
 #pragma once
 
+#include <marl/ast/forward.h>
 #include <marl/ast/key_times.h>
 #include <marl/compiled/detail/registers.h>
 #include <marl/value/detail/blend.h>
@@ -64,6 +65,21 @@ struct TypedKeys {
     std::vector<KeySource> sources;
     std::vector<double> numbers; // of a curve whose values are constant numbers
 };
+
+// A function of the host's whose kinds are known, and where its arguments lie.
+struct TypedFunction {
+    struct Argument {
+        std::uint32_t place;
+        Form form;
+    };
+    FunctionExpressionAST* function = nullptr;
+    std::vector<Argument> arguments;
+    Form form = Form::Number; // of its value
+};
+
+// Calls it for some times of the block, from a position on.
+void callTyped(const TypedFunction& function, const Evaluation& e, std::uint32_t result, std::size_t position,
+               std::size_t count);
 
 // The keys around a time, and how far it is on the way from one to the other. Where a single key's value
 // holds it is both.
@@ -174,6 +190,7 @@ struct Kernels {
     Kernel negative[forms];
     Kernel length, noise; // to the accumulator
     Kernel cross;
+    Kernel function; // of the host's
     Kernel fill[forms]; // from a constant
     Kernel copy[forms];
     Kernel narrowed, widened; // a vector's other form

@@ -28,6 +28,7 @@ enum class NodeClass : unsigned char {
     RuntimeValue,
     ObjectID,
     TransformHex,
+    Function,
     Host,
 };
 

@@ -33,6 +33,7 @@ enum class GenericTask : unsigned char {
     Operate,
     Negate,
     Call,
+    CallFunction, // of the host's, with as many arguments as `count` says
     MakeVector,
     MakeColor,
     MakeAColor,
@@ -90,6 +91,7 @@ struct CompiledProgram {
     std::vector<Instruction> instructions;
     std::vector<Stretch> stretches;
     std::deque<TypedKeys> typedKeys;
+    std::deque<TypedFunction> typedFunctions;
     std::deque<Plain> constants;
     std::size_t registersSize = 0;
 
