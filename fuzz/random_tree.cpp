@@ -43,6 +43,59 @@ public:
     ExpressionAST* other = nullptr;
 };
 
+// A host's function. It keeps its word where it says its kinds.
+class RandomFunctionAST final : public FunctionExpressionAST {
+public:
+    enum class Rule { First, Last, Weighted, Choosy, Clock };
+
+    Value call(std::span<const Value> values, const Moment& moment) override
+    {
+        switch (rule) {
+        case Rule::First: return values.empty() ? Value() : values.front();
+        case Rule::Last: return values.empty() ? Value() : values.back();
+        case Rule::Weighted: {
+            double sum = 0.5;
+            for (const Value& value : values)
+                sum = sum * 2 + value.getDouble();
+            return sum;
+        }
+        case Rule::Choosy: {
+            const double x = values.empty() ? moment.time : values.front().getDouble();
+            if (x > 1)
+                throw InvalidOpException("Too large.");
+            return x > 0 ? Value(TracePoint{x, x, x}) : Value(x);
+        }
+        case Rule::Clock: return moment.time + (moment.holdsKeys ? 1 : 0);
+        }
+        return Value();
+    }
+    bool isPure() const override { return saysPure && rule < Rule::Choosy; }
+    std::optional<FunctionKinds> kinds() const override
+    {
+        const bool passesOn = rule == Rule::First || rule == Rule::Last;
+        if (!saysKinds || rule == Rule::Choosy || (passesOn && takes.empty()))
+            return std::nullopt;
+        const ValueType gives = !passesOn ? ValueType::Double : rule == Rule::First ? takes.front() : takes.back();
+        return FunctionKinds{takes, gives};
+    }
+    bool callBlock(const FunctionBlock& block) override
+    {
+        if (rule != Rule::Weighted
+            || std::ranges::any_of(takes, [](ValueType kind) { return kind != ValueType::Double; }))
+            return false;
+        for (std::size_t i = 0; i < block.count; ++i) {
+            block.values.doubles[i] = 0.5;
+            for (const auto& argument : block.arguments)
+                block.values.doubles[i] = block.values.doubles[i] * 2 + argument.doubles[i];
+        }
+        return true;
+    }
+
+    Rule rule = Rule::First;
+    bool saysPure = false, saysKinds = false;
+    std::vector<ValueType> takes;
+};
+
 constexpr double inf = std::numeric_limits<double>::infinity();
 
 // Where precision, rounding and ranges end.
@@ -219,6 +272,7 @@ ExpressionAST* RandomTree::anyNode()
     case 31: return handedOn();
     case 32: case 33: return made.empty() ? nullptr : made[static_cast<std::size_t>(below(static_cast<int>(made.size())))];
     case 34: return nullptr;
+    case 35: case 36: return function(anyKind());
     }
     return constant();
 }
@@ -232,6 +286,7 @@ ExpressionAST* RandomTree::nodeOf(ValueType kind)
     case 7: return negated(kind);
     case 8: return reference();
     case 9: return element(kind);
+    case 10: return function(kind);
     }
     switch (kind) {
     case ValueType::Double:
@@ -395,6 +450,23 @@ ExpressionAST* RandomTree::identifier()
 {
     auto* node = make<ObjectIDExpressionAST>();
     node->objectID.value = bytes.ConsumeIntegral<std::uint64_t>();
+    return node;
+}
+
+// Of few arguments, mostly of the kinds that it takes, and with a value of the wanted kind.
+ExpressionAST* RandomTree::function(ValueType kind)
+{
+    using Rule = RandomFunctionAST::Rule;
+    auto* node = make<RandomFunctionAST>();
+    constexpr Rule numberRules[] = {Rule::Weighted, Rule::Clock, Rule::First, Rule::Choosy};
+    node->rule = kind == ValueType::Double ? numberRules[below(std::size(numberRules))] : Rule(below(3) == 0);
+    node->saysPure = below(3) > 0;
+    node->saysKinds = below(3) > 0;
+    const int count = below(4);
+    for (int i = 0; i < count; ++i)
+        node->takes.push_back(below(4) > 0 ? kind : anyKind());
+    for (const ValueType wanted : node->takes)
+        node->arguments.push_back(this->node(wanted));
     return node;
 }
 

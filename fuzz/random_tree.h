@@ -88,6 +88,7 @@ private:
     ExpressionAST* transform();
     ExpressionAST* identifier();
     ExpressionAST* handedOn();
+    ExpressionAST* function(ValueType kind);
     ExpressionAST* string();
     template <typename T>
     ExpressionAST* data();

@@ -246,6 +246,16 @@ void ReferenceWalk::pushList(ListTypeExpressionAST<T>* node)
     stack.push_back(value);
 }
 
+void ReferenceWalk::visitFunctionExpression(FunctionExpressionAST* node)
+{
+    for (ExpressionAST* argument : node->arguments)
+        operand(argument);
+    std::vector<Value> arguments(node->arguments.size());
+    for (std::size_t i = arguments.size(); i-- > 0;)
+        arguments[i] = taken();
+    stack.push_back(node->call(arguments, {time, holdsKeys}));
+}
+
 void ReferenceWalk::visitArrayExpressionAST(ArrayExpressionAST* node)
 {
     ExpressionAST* current = node->target;

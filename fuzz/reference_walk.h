@@ -49,6 +49,7 @@ public:
     void visitListStringExpressionAST(ListTypeExpressionAST<CharString>* node) override { pushList(node); }
     void visitRuntimeValueAST(RuntimeValueAST* node) override;
     void visitObjectIDExpression(ObjectIDExpressionAST* node) override;
+    void visitFunctionExpression(FunctionExpressionAST* node) override;
 
 private:
     void expectRoom() const;
