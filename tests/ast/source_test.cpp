@@ -3,7 +3,13 @@
 #include <tests/support/fake_stream.h>
 #include <tests/support/tree.h>
 
+#include <marl/compiled/batch_evaluator.h>
+
 #include <gtest/gtest.h>
+
+#include <array>
+#include <exception>
+#include <functional>
 
 namespace Marl::Tests {
 namespace {
@@ -87,6 +93,42 @@ TEST(SourceData, CrossLinesAndSayWhereTheyAreWrong)
     ListTypeExpressionAST<int> withoutOwner;
     withoutOwner.length = 3;
     EXPECT_EQ(resultOf(&withoutOwner), "int[]");
+}
+
+TEST(SourceData, HasTheByteInTheFailure)
+{
+    SourceOwner owner;
+    FakeStream stream("float[1 x]");
+    ListTypeExpressionAST<float> wrong, withoutStream;
+    placed(&wrong, owner, stream, 6, 3);
+    placed(&withoutStream, owner, stream, 6, 3)->stream = nullptr;
+    ExpressionAST* expressions[] = {&wrong};
+    const CompiledExpressions compiled(expressions);
+    BatchEvaluator batch(compiled);
+    batch.evaluate(std::array{1.0, 2.0});
+    const struct {
+        const char* name;
+        std::function<void()> read;
+        std::int64_t byte;
+    } rows[] = {
+        {"read", [&] { wrong.readFromSource(); }, 8},
+        {"walked", [&] { evaluated(&wrong); }, 8},
+        {"compiled", [&] { batch.column(0).valueAt(1); }, 8},
+        {"of no byte", [&] { evaluated(&withoutStream); }, -1},
+    };
+    for (const auto& row : rows) {
+        std::exception_ptr thrown;
+        try {
+            row.read();
+        } catch (const InvalidOpException& failure) {
+            thrown = std::make_exception_ptr(InvalidOpException(failure)); // as hosts keep it for later
+        }
+        try {
+            std::rethrow_exception(thrown);
+        } catch (const Exception& failure) {
+            EXPECT_EQ(failure.byte(), row.byte) << row.name << ": " << failure.what();
+        }
+    }
 }
 
 } // namespace
