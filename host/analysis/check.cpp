@@ -2,7 +2,7 @@
 
 #include <host/analysis/children.h>
 #include <host/analysis/data_check.h>
-#include <host/output/value_text.h>
+#include <host/report/number_text.h>
 #include <host/scene/names.h>
 
 #include <fmt/format.h>

@@ -1,7 +1,8 @@
 #include <host/analysis/evaluation.h>
 
 #include <host/analysis/tracing_evaluator.h>
-#include <host/output/value_text.h>
+#include <host/report/kind_text.h>
+#include <host/report/number_text.h>
 
 #include <fmt/format.h>
 
