@@ -3,6 +3,7 @@
 #include <fuzz/same_bits.h>
 
 #include <host/output/value_text.h>
+#include <host/report/kind_text.h>
 
 #include <fmt/format.h>
 

@@ -4,6 +4,7 @@
 #include <host/analysis/check.h>
 #include <host/analysis/resolution.h>
 #include <host/output/value_text.h>
+#include <host/scene/description.h>
 #include <host/scene/scene.h>
 
 #include <cstdio>

@@ -2,7 +2,7 @@
 
 #include <host/analysis/children.h>
 #include <host/analysis/data_check.h>
-#include <host/output/value_text.h>
+#include <host/report/number_text.h>
 #include <host/scene/names.h>
 
 #include <fmt/format.h>
@@ -18,9 +18,9 @@ std::string placeText(Scene& scene, const void* thing)
 
 void warnOfDoubledName(Scene& scene, const SceneProperty& property, std::vector<Diagnostic>& warnings)
 {
-    const PropertyAST* first = scene.findProperty(textOf(property.object->name), textOf(property.property->name));
+    const PropertyAST* first = property.object->getProperty(property.property->name);
     const bool isHidden =
-        first != property.property && scene.findObject(textOf(property.object->name)) == property.object;
+        first != property.property && scene.program.getObject(property.object->name) == property.object;
     if (isHidden)
         warnings.push_back({Severity::Warning, scene.placeOf(property.property),
                             fmt::format("there is a property of this name already, at {}", placeText(scene, first)),

@@ -1,11 +1,10 @@
 #include <host/analysis/evaluation.h>
 
 #include <host/analysis/tracing_evaluator.h>
-#include <host/output/value_text.h>
+#include <host/report/kind_text.h>
+#include <host/report/number_text.h>
 
 #include <fmt/format.h>
-
-#include <charconv>
 
 namespace Marl::Host {
 
@@ -49,19 +48,6 @@ std::string kindsThatMet(const TracingEvaluator::Step& step)
     return {};
 }
 
-// A data list or hexadecimal transform that cannot be read: the message names a byte of the file.
-std::optional<std::int64_t> unreadableByte(std::string_view message)
-{
-    constexpr std::string_view marker = " at byte ";
-    const auto found = message.rfind(marker);
-    if (found == std::string_view::npos)
-        return std::nullopt;
-    const std::string_view digits = message.substr(found + marker.size());
-    std::int64_t byte = 0;
-    const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), byte);
-    return read.ec == std::errc() ? std::optional(byte) : std::nullopt;
-}
-
 } // namespace
 
 Value evaluate(const SceneProperty& property, const Moment& moment)
@@ -95,8 +81,8 @@ Failure findFailure(Scene& scene, const SceneProperty& property, const Moment& m
         if (reference && &step != &tracer.way.back())
             failure.in = reference->property;
     }
-    if (const auto byte = unreadableByte(thrown.what()))
-        failure.diagnostic.place = {*byte, *byte};
+    if (thrown.byte() >= 0)
+        failure.diagnostic.place = {thrown.byte(), thrown.byte()};
     failure.diagnostic.hint = fmt::format("{}({} at time {})", remark, property.name(), numberText(moment.time));
     return failure;
 }

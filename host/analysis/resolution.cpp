@@ -14,15 +14,12 @@ class Resolver {
 public:
     Resolver(Scene& given, Resolution& result) : scene(given), resolution(result)
     {
-        for (const ObjectAST* object = scene.program.firstObject; object; object = object->next)
-            bare.addObject(object->name);
-        pass.setProgram(&bare);
+        pass.setProgram(&scene.program);
         pass.setParser(&scene.running);
     }
 
     void prepare(const SceneProperty& given)
     {
-        current = given;
         pass.setObject(given.object);
         pass.setProperty(given.property);
         walk(given.property->expression, [&](ExpressionAST* node) { prepare(node); });
@@ -55,36 +52,29 @@ private:
         node->accept(&pass);
     }
 
-    // The library's pass compares an object's properties one by one, which takes minutes where one
-    // object has 100,000. What the scene has is bound by its own table. Of what is missing the pass
-    // says so, and says it at once in a program that has the scene's objects without properties.
     void bind(PropertyReferenceAST* reference)
     {
-        const std::string_view object = textOf(reference->objectName);
-        const std::string_view property = textOf(reference->propertyName);
-        if (PropertyAST* found = scene.findProperty(object, property)) {
-            reference->property = found;
-            scene.program.addReferrer(found, current.object, current.property);
-            return;
-        }
-        resolution.unbound.insert(reference);
-        const LostNames& lost = scene.reading.lost;
-        const bool hasObject = scene.findObject(object) != nullptr;
-        if (hasObject ? lost.mayHaveProperty(std::string(property)) : lost.mayHaveObject(std::string(object)))
-            return;
         try {
             reference->accept(&pass);
         } catch (const BadRefException& missing) {
-            resolution.mistakes.push_back(
-                {Severity::Error, scene.placeOf(reference), missing.what(),
-                 hasObject ? scene.suggestProperty(object, property) : scene.suggestObject(object)});
+            resolution.unbound.insert(reference);
+            noteUnlessLost(reference, missing.what());
         }
+    }
+
+    void noteUnlessLost(const PropertyReferenceAST* reference, const char* message)
+    {
+        const ObjectAST* object = scene.program.getObject(reference->objectName);
+        const std::string wrong(textOf(object ? reference->propertyName : reference->objectName));
+        const LostNames& lost = scene.reading.lost;
+        if (object ? lost.mayHaveProperty(wrong) : lost.mayHaveObject(wrong))
+            return;
+        resolution.mistakes.push_back({Severity::Error, scene.placeOf(reference), message,
+                                       object ? scene.suggestProperty(*object, wrong) : scene.suggestObject(wrong)});
     }
 
     Scene& scene;
     Resolution& resolution;
-    SceneProperty current;
-    ProgramAST bare;
     DecorationVisitor pass;
     std::vector<InterpolateExpressionAST*> interpolations;
 };
@@ -92,7 +82,7 @@ private:
 void findDoubledObjects(Scene& scene, std::vector<Diagnostic>& mistakes)
 {
     for (const ObjectAST* object = scene.program.firstObject; object; object = object->next) {
-        const ObjectAST* first = scene.findObject(textOf(object->name));
+        const ObjectAST* first = scene.program.getObject(object->name);
         if (first == object || textOf(object->name).empty()) // a mistake took the name
             continue;
         mistakes.push_back({Severity::Error, scene.placeOf(object),

@@ -4,6 +4,7 @@
 #include <host/analysis/check.h>
 #include <host/output/json_text.h>
 #include <host/output/output.h>
+#include <host/scene/description.h>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>

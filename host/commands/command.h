@@ -1,7 +1,7 @@
 // What the commands of the tool have in common.
 #pragma once
 
-#include <host/report/diagnostic.h>
+#include <host/scene/scene_file.h>
 
 #include <stdexcept>
 #include <string>

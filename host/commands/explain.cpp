@@ -6,7 +6,8 @@
 #include <host/commands/selection.h>
 #include <host/output/output.h>
 #include <host/output/short_value.h>
-#include <host/output/value_text.h>
+#include <host/report/kind_text.h>
+#include <host/report/number_text.h>
 #include <host/report/utf8.h>
 #include <host/scene/names.h>
 

@@ -2,6 +2,7 @@
 
 #include <host/analysis/evaluation.h>
 #include <host/commands/command.h>
+#include <host/scene/description.h>
 
 #include <fmt/format.h>
 

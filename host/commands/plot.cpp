@@ -9,7 +9,8 @@
 #include <host/output/curves.h>
 #include <host/output/gnuplot.h>
 #include <host/output/output.h>
-#include <host/output/value_text.h>
+#include <host/report/kind_text.h>
+#include <host/report/number_text.h>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>

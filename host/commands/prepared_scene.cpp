@@ -2,6 +2,7 @@
 
 #include <host/analysis/check.h>
 #include <host/commands/command.h>
+#include <host/scene/description.h>
 
 namespace Marl::Host {
 

@@ -28,7 +28,7 @@ std::optional<std::string_view> takeName(std::string_view& text)
 }
 
 struct PropertyName {
-    std::string_view object, property;
+    std::string object, property;
     bool isAll; // `object.*`
 };
 
@@ -37,12 +37,12 @@ PropertyName parsed(std::string_view text)
     std::string_view rest = text;
     const auto object = takeName(rest);
     if (object && rest == ".*")
-        return {*object, {}, true};
+        return {std::string(*object), {}, true};
     if (object && rest.starts_with('.')) {
         rest.remove_prefix(1);
         const auto property = takeName(rest);
         if (property && rest.empty())
-            return {*object, *property, false};
+            return {std::string(*object), std::string(*property), false};
     }
     throw UsageError(
         fmt::format("`{0}` names no property; write object.property, or object.* for all of them", text));
@@ -60,24 +60,25 @@ PropertyName parsed(std::string_view text)
 std::vector<SceneProperty> selectProperties(Scene& scene, std::span<const std::string> names)
 {
     const auto isFirst = [&](const SceneProperty& p) {
-        return scene.findProperty(textOf(p.object->name), textOf(p.property->name)) == p.property;
+        return scene.program.getObject(p.object->name) == p.object
+            && p.object->getProperty(p.property->name) == p.property;
     };
     std::vector<SceneProperty> selected;
     if (names.empty())
         std::ranges::copy_if(scene.properties, std::back_inserter(selected), isFirst);
     for (const std::string& text : names) {
         const PropertyName name = parsed(text);
-        ObjectAST* object = scene.findObject(name.object);
+        ObjectAST* object = scene.program.getObject(name.object.c_str());
         if (!object)
             failMissing(scene, fmt::format("object {}", quotedName(name.object)), scene.suggestObject(name.object));
         if (name.isAll)
             std::ranges::copy_if(scene.properties, std::back_inserter(selected),
                                  [&](const SceneProperty& p) { return p.object == object && isFirst(p); });
-        else if (PropertyAST* property = scene.findProperty(name.object, name.property))
+        else if (PropertyAST* property = object->getProperty(name.property.c_str()))
             selected.push_back({object, property});
         else
             failMissing(scene, fmt::format("property {}", quotedName(name.object, name.property)),
-                        scene.suggestProperty(name.object, name.property));
+                        scene.suggestProperty(*object, name.property));
     }
     return selected;
 }

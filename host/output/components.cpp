@@ -1,6 +1,6 @@
 #include <host/output/components.h>
 
-#include <host/output/value_text.h>
+#include <host/report/number_text.h>
 
 namespace Marl::Host {
 

@@ -1,6 +1,6 @@
 #include <host/output/curves.h>
 
-#include <host/output/value_text.h>
+#include <host/report/number_text.h>
 #include <host/report/utf8.h>
 
 #include <fmt/format.h>

@@ -4,6 +4,8 @@
 #include <host/output/components.h>
 #include <host/output/json_text.h>
 #include <host/output/value_text.h>
+#include <host/report/kind_text.h>
+#include <host/report/number_text.h>
 #include <host/report/utf8.h>
 #include <host/scene/names.h>
 

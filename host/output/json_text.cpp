@@ -3,6 +3,7 @@
 #include <host/output/components.h>
 #include <host/output/lists.h>
 #include <host/output/value_text.h>
+#include <host/report/number_text.h>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>

@@ -2,27 +2,14 @@
 
 #include <host/output/components.h>
 #include <host/output/lists.h>
+#include <host/report/number_text.h>
 #include <host/scene/running_scene.h>
 
 #include <fmt/format.h>
 
-#include <array>
-#include <charconv>
-#include <cmath>
-
 namespace Marl::Host {
 
 namespace {
-
-template <typename Float>
-std::string shortestText(Float number)
-{
-    if (std::isnan(number))
-        return "nan"; // of a NaN no sign counts
-    std::array<char, 32> text;
-    const auto written = std::to_chars(text.data(), text.data() + text.size(), number);
-    return {text.data(), written.ptr};
-}
 
 std::string threeText(float first, float second, float third)
 {
@@ -96,38 +83,6 @@ std::string textOfAny(const Value& value, int depth)
 }
 
 } // namespace
-
-std::string_view kindName(int kind)
-{
-    constexpr std::string_view names[] = {"Undefined", "Double",      "List",      "Vector",     "Matrix",
-                                          "Color",     "AColor",      "Transform", "ListVector", "ListInt",
-                                          "ListColor", "ListFloat",   "String",    "ListString", "Object",
-                                          "ObjectID",  "RuntimeValue"};
-    return kind >= 0 && kind < static_cast<int>(std::size(names)) ? names[kind] : "unknown kind";
-}
-
-std::string kindWithArticle(int kind)
-{
-    const std::string_view name = kindName(kind);
-    const bool startsWithVowel = std::string_view("AOUu").find(name.front()) != std::string_view::npos;
-    return fmt::format("{} {}", startsWithVowel ? "an" : "a", name);
-}
-
-std::string numberText(double number)
-{
-    return shortestText(number);
-}
-
-// The shortest text of a float is nearer to it than to any other, but read as a double it could
-// come to lie in the middle between two floats.
-std::string numberText(float number)
-{
-    std::string text = shortestText(number);
-    double read = 0;
-    std::from_chars(text.data(), text.data() + text.size(), read);
-    return static_cast<float>(read) == number || std::isnan(number) ? text
-                                                                    : shortestText(static_cast<double>(number));
-}
 
 std::string valueText(const Value& value)
 {

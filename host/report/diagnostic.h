@@ -1,7 +1,7 @@
-// One message about a place in a scene, and how people and editors read it.
+// One message about a place in a scene.
 #pragma once
 
-#include <host/scene/scene_file.h>
+#include <host/report/span.h>
 
 #include <string>
 #include <string_view>
@@ -25,10 +25,5 @@ std::string sentence(const Diagnostic& diagnostic);
 
 // In the order of the file; of one place in the order given.
 void sortByPlace(std::vector<Diagnostic>& diagnostics);
-
-// Three lines for the terminal: `file:line:col: error: text`, the source line, and a caret under
-// the place with the rest of it underlined. Tabs, characters of several bytes and long lines keep
-// the caret where it belongs; bytes that a terminal must not see are replaced.
-std::string describe(const Diagnostic& diagnostic, SceneFile& file);
 
 } // namespace Marl::Host

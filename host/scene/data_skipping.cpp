@@ -1,5 +1,7 @@
 #include <host/scene/data_skipping.h>
 
+#include <marl/ast/list_text.h>
+
 #include <algorithm>
 #include <array>
 
@@ -13,29 +15,6 @@ constexpr std::array<bool, 256> isSpecial = [] {
         special[static_cast<unsigned char>(c)] = true;
     return special;
 }();
-
-// Behind the token, searched from `from` on; the end of the text where it never comes.
-std::size_t behind(std::string_view text, std::string_view token, std::size_t from)
-{
-    const std::size_t found = text.find(token, from);
-    return found == std::string_view::npos ? text.size() : found + token.size();
-}
-
-// Behind the text or comment that begins at `at`, or the next byte where none does.
-std::size_t behindTextOrComment(std::string_view text, std::size_t at)
-{
-    const std::string_view rest = text.substr(at);
-    if (rest.starts_with("//"))
-        return behind(text, "\n", at);
-    if (rest.starts_with("/*"))
-        return behind(text, "*/", at + 2);
-    if (rest.starts_with("\"\"\""))
-        return behind(text, "\"\"\"", at + 3);
-    if (rest[0] == '/')
-        return at + 1;
-    const std::size_t end = text.find_first_of(rest[0] == '"' ? "\"\n" : "'\n", at + 1);
-    return std::min(end, text.size() - 1) + 1;
-}
 
 } // namespace
 
@@ -52,8 +31,10 @@ std::size_t skipData(std::string_view text, const std::function<void(const char*
         const char c = text[at];
         if (!isSpecial[static_cast<unsigned char>(c)])
             ++at;
-        else if (c == '/' || c == '"' || c == '\'')
-            at = behindTextOrComment(text, at);
+        else if (c == '"' || c == '\'')
+            at += quotedTextAt(text.substr(at)).length;
+        else if (c == '/')
+            at += std::max<std::size_t>(commentAt(text.substr(at)).length, 1);
         else
             break;
     }

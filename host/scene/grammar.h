@@ -6,6 +6,8 @@
 #include <host/scene/reader.h>
 #include <host/scene/tree_builder.h>
 
+#include <marl/ast/list_text.h>
+
 #include <fmt/format.h>
 #include <tao/pegtl.hpp>
 
@@ -68,6 +70,21 @@ struct data_content {
     }
 };
 
+// A text or comment, which the library finds the end of, as it does within data lists.
+template <TextStretch (*stretchAt)(std::string_view)>
+struct closed_stretch {
+    using rule_t = closed_stretch;
+    using subs_t = p::empty_list;
+
+    static bool match(Input& in)
+    {
+        const TextStretch found = stretchAt({in.current(), in.size()});
+        if (found.isClosed)
+            in.bump(found.length);
+        return found.isClosed;
+    }
+};
+
 // Goes to where the last mistake says that reading goes on.
 struct resume {
     using rule_t = resume;
@@ -98,10 +115,9 @@ struct line_start {
 // clang-format off
 
 // Blanks. The rules below end before the blanks behind them, so that places have none.
-struct line_comment   : p::seq<p::string<'/', '/'>, p::until<p::eolf>> {};
-struct block_comment  : p::seq<p::string<'/', '*'>, p::until<p::string<'*', '/'>>> {};
+struct closed_comment : closed_stretch<commentAt> {};
 struct open_comment   : p::string<'/', '*'> {};
-struct comment        : p::sor<line_comment, block_comment, open_comment> {};
+struct comment        : p::sor<closed_comment, open_comment> {};
 struct blanks         : p::star<p::sor<p::space, comment>> {};
 struct comma          : p::seq<p::one<','>, blanks> {};
 
@@ -127,14 +143,8 @@ struct number_text    : p::plus<p::sor<p::seq<p::one<'e', 'E'>, p::one<'+', '-'>
 struct number         : p::sor<p::seq<p::at<p::opt<p::one<'.'>>, p::digit>, number_text>, word<'i', 'n', 'f'>, word<'n', 'a', 'n'>> {};
 struct constant       : p::sor<word<'t', 'i', 'm', 'e'>, word<'s', 'a', 'm', 'p', 'l', 'e'>, word<'p', 'i'>> {};
 
-struct long_quote     : p::string<'"', '"', '"'> {};
-struct long_content   : p::star<p::not_at<long_quote>, p::any> {};
-template <char Quote>
-struct short_content  : p::star<p::not_one<Quote, '\n'>> {};
-template <char Quote>
-struct short_text     : p::seq<p::one<Quote>, short_content<Quote>, p::one<Quote>> {};
-struct text           : p::sor<p::seq<long_quote, long_content, long_quote>, p::seq<p::not_at<long_quote>, p::sor<short_text<'"'>, short_text<'\''>>>> {};
-struct open_long_text : long_quote {};
+struct text           : closed_stretch<quotedTextAt> {};
+struct open_long_text : p::string<'"', '"', '"'> {};
 struct open_text      : p::one<'"', '\''> {};
 
 struct own_reference    : p::seq<member_dot, blanks, p::must<member_name>> {};

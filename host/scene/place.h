@@ -1,18 +1,13 @@
-// Where things stand in a scene file: bytes from its start, and the table from nodes to them.
+// The table from what was read to where it stands.
 #pragma once
 
-#include <cstdint>
+#include <host/report/span.h>
+
 #include <optional>
 #include <utility>
 #include <vector>
 
 namespace Marl::Host {
-
-// The bytes from begin up to, not including, end.
-struct Span {
-    std::int64_t begin = 0;
-    std::int64_t end = 0;
-};
 
 // The tree knows nothing of files, so the reader notes here where each node, key, property and
 // object was read. First everything is noted, then it is sealed, then it is asked.

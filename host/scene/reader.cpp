@@ -106,14 +106,10 @@ template <> struct Action<quoted_name>         : build<&TreeBuilder::quotedName>
 template <> struct Action<call_word>           : build<&TreeBuilder::name> {};
 template <> struct Action<data_word>           : build<&TreeBuilder::name> {};
 template <> struct Action<id_digits>           : build<&TreeBuilder::name> {};
-template <> struct Action<long_content>        : build<&TreeBuilder::content> {};
-template <char Quote>
-struct Action<short_content<Quote>>            : build<&TreeBuilder::content> {};
 template <> struct Action<data_content>        : build<&TreeBuilder::content> {};
 template <> struct Action<hex_digits>          : build<&TreeBuilder::content> {};
 template <> struct Action<number>              : build<&TreeBuilder::number> {};
 template <> struct Action<constant>            : build<&TreeBuilder::constant> {};
-template <> struct Action<text>                : build<&TreeBuilder::text> {};
 template <> struct Action<data>                : build<&TreeBuilder::data> {};
 template <> struct Action<hex>                 : build<&TreeBuilder::hexTransform> {};
 template <> struct Action<id>                  : build<&TreeBuilder::objectID> {};
@@ -141,7 +137,7 @@ template <> struct Action<lost_property>       : build<&TreeBuilder::giveUpState
 template <> struct Action<lost_statement>      : build<&TreeBuilder::giveUpStatement> {};
 
 // What should not be there. Reading goes on, or the statement is given up, or all reading.
-template <> struct Action<open_name>           : say<"a name in back-quotes is not empty and ends on its line", &SyntaxMistakes::giveUpStatement> {};
+template <> struct Action<open_name>           : say<"a name in back-quotes is not empty, holds no NUL and ends on its line", &SyntaxMistakes::giveUpStatement> {};
 template <> struct Action<open_text>           : say<"this text is not closed on its line", &SyntaxMistakes::giveUpStatement> {};
 template <> struct Action<open_long_text>      : say<"this text is not closed", &SyntaxMistakes::giveUpReading> {};
 template <> struct Action<open_comment>        : say<"this comment is not closed", &SyntaxMistakes::giveUpReading> {};
@@ -160,6 +156,29 @@ struct Action<plain_name> : build<&TreeBuilder::name> {
                 placeOf(in), fmt::format("`{}` is a word of the language", in.string_view()),
                 fmt::format("As a name it stands in back-quotes: {}.", quotedName(in.string_view())));
         build::apply(in, reading);
+    }
+};
+
+template <>
+struct Action<closed_comment> {
+    template <typename In>
+    static void apply(const In& in, Reading& reading)
+    {
+        const auto nul = static_cast<std::int64_t>(in.string_view().find('\0'));
+        if (const std::int64_t begin = placeOf(in).begin; nul >= 0)
+            reading.mistakes.note({begin + nul, begin + nul + 1}, SyntaxMistakes::strayNul);
+    }
+};
+
+template <>
+struct Action<text> {
+    template <typename In>
+    static void apply(const In& in, Reading& reading)
+    {
+        const Span place = placeOf(in);
+        const auto mark = static_cast<std::int64_t>(quotedTextAt(in.string_view()).mark);
+        reading.tree.content({place.begin + mark, place.end - mark});
+        reading.tree.text(place);
     }
 };
 

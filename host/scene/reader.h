@@ -2,6 +2,7 @@
 #pragma once
 
 #include <host/report/diagnostic.h>
+#include <host/scene/place.h>
 #include <host/scene/scene_file.h>
 
 #include <marl/marl.h>

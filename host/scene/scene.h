@@ -8,7 +8,6 @@
 
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace Marl::Host {
@@ -33,25 +32,19 @@ public:
     ReadResult reading;
     std::vector<SceneProperty> properties; // in the order of the file
 
-    // The first of that name, or null. In constant time, however many there are.
-    ObjectAST* findObject(std::string_view object) const;
-    PropertyAST* findProperty(std::string_view object, std::string_view property) const;
-
     // "Did you mean ...?" for a name that is missing, or nothing.
     std::string suggestObject(std::string_view wrong);
-    std::string suggestProperty(std::string_view object, std::string_view wrong);
+    std::string suggestProperty(const ObjectAST& object, std::string_view wrong);
 
     Span placeOf(const void* thing) const { return places.find(thing).value_or(Span()); }
 
 private:
-    struct Named {
-        ObjectAST* object = nullptr;
-        std::unordered_map<std::string_view, PropertyAST*> properties;
-    };
-    bool maySuggestFrom(std::size_t names);
+    template <typename Record>
+    std::string suggestFrom(const Record* first, std::string_view wrong);
 
-    std::unordered_map<std::string_view, Named> objects;
-    std::size_t suggestionsLeft; // names that may still be compared
+    // A scene of 100,000 properties may have as many wrong references. The first of them get suggestions, more
+    // than anyone reads.
+    int comparisonsLeft = 10'000'000;
 };
 
 } // namespace Marl::Host

@@ -4,7 +4,7 @@
 // from it later would not belong to what came before.
 #pragma once
 
-#include <host/scene/place.h>
+#include <host/report/span.h>
 
 #include <marl/marl.h>
 

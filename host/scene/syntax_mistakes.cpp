@@ -52,7 +52,9 @@ void SyntaxMistakes::complain(const Complaint& complaint, std::int64_t offset, c
 {
     const Span here = characterAt(offset);
     resume = offset;
-    if (complaint.expected == Complaint::Closing && open && atEnd)
+    if (textAt(here) == std::string_view("\0", 1))
+        note(here, strayNul);
+    else if (complaint.expected == Complaint::Closing && open && atEnd)
         note({open->offset, open->offset + 1}, fmt::format("this `{}` is not closed", open->opening));
     else if (complaint.expected == Complaint::Ending && (at(offset) == ')' || at(offset) == ']'))
         note(here, fmt::format("this `{}` closes no bracket", at(offset)));

@@ -55,6 +55,8 @@ public:
     bool hasDecimalComma(Span place) const;
     static constexpr const char* pointHint = "Numbers use a point, not a comma.";
 
+    static constexpr const char* strayNul = "expected no NUL outside texts";
+
     // The place of the character at the offset, empty at the end of the text.
     Span characterAt(std::int64_t offset) const;
 

@@ -1,6 +1,7 @@
 // Makes the tree of a scene from what the grammar recognizes, one call a rule.
 #pragma once
 
+#include <host/scene/place.h>
 #include <host/scene/scene_file.h>
 #include <host/scene/syntax_mistakes.h>
 #include <host/scene/words.h>

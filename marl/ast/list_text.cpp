@@ -27,63 +27,58 @@ class Scanner {
 public:
     explicit Scanner(std::string_view given) : text(given) {}
 
-    TextFault fault(const char* expected) const { return {static_cast<int>(at), expected}; }
-    bool atEnd() const { return at == text.size(); }
-
-    bool take(std::string_view token)
+    // Behind blanks, which end before what may stand nowhere.
+    TextFault fault(const char* expected) const
     {
-        if (!text.substr(at).starts_with(token))
-            return false;
-        at += token.size();
-        return true;
+        if (rest().starts_with('\0'))
+            expected = "no NUL outside texts";
+        else if (rest().starts_with("/*"))
+            expected = "the end of the comment";
+        return faultAfter(0, expected);
     }
+
+    TextFault faultAfter(std::size_t size, const char* expected) const
+    {
+        return {static_cast<int>(at + size), expected};
+    }
+
+    bool atEnd() const { return at == text.size(); }
+    std::string_view rest() const { return text.substr(at); }
+    void skip(std::size_t size) { at += size; }
 
     void skipBlanks()
     {
         for (;;) {
             while (!atEnd() && isSpace(text[at]))
                 ++at;
-            if (text.substr(at).starts_with("//"))
-                skipBehind("\n", 2);
-            else if (text.substr(at).starts_with("/*"))
-                skipBehind("*/", 2);
-            else
+            const TextStretch comment = commentAt(rest());
+            if (!comment.isClosed)
                 return;
+            const std::size_t nul = rest().substr(0, comment.length).find('\0');
+            if (nul < comment.length)
+                return skip(nul);
+            skip(comment.length);
         }
     }
 
-    // What stands before the next blank, comma or comment.
+    bool take(char token)
+    {
+        if (!rest().starts_with(token))
+            return false;
+        ++at;
+        return true;
+    }
+
+    // What stands before the next blank, comma, comment or NUL.
     std::string_view word() const
     {
         std::size_t end = at;
-        while (end < text.size() && !isSpace(text[end]) && text[end] != ',' && text[end] != '/')
+        while (end < text.size() && !isSpace(text[end]) && text[end] != ',' && text[end] != '/' && text[end] != '\0')
             ++end;
         return text.substr(at, end - at);
     }
 
-    void skip(std::size_t size) { at += size; }
-
-    // What stands before the token, which is skipped too; nothing where it never comes.
-    std::optional<std::string_view> takeUntil(std::string_view token)
-    {
-        const std::size_t end = text.find(token, at);
-        if (end == std::string_view::npos)
-            return std::nullopt;
-        const std::string_view taken = text.substr(at, end - at);
-        at = end + token.size();
-        return taken;
-    }
-
 private:
-    // A NUL ends a comment too: from there on the source gave no bytes, and no item begins with it.
-    void skipBehind(std::string_view token, std::size_t opening)
-    {
-        at += opening;
-        const std::size_t given = std::min(text.find('\0', at), text.size());
-        const std::size_t end = text.find(token, at);
-        at = end < given ? end + token.size() : given;
-    }
-
     std::string_view text;
     std::size_t at = 0;
 };
@@ -211,19 +206,17 @@ std::optional<TextFault> readItem(Scanner& scanner, Color& c)
 
 std::optional<TextFault> readItem(Scanner& scanner, CharString& text)
 {
-    for (const std::string_view quote : {"\"\"\"", "\"", "'"}) {
-        if (!scanner.take(quote))
-            continue;
-        const auto raw = scanner.takeUntil(quote);
-        if (!raw)
-            return scanner.fault("the end of the text");
-        if (quote.size() == 1 && raw->find('\n') != std::string_view::npos)
-            return scanner.fault("a text that ends on its line");
-        text = std::string(*raw).c_str();
-        scanner.skipBlanks();
-        return std::nullopt;
-    }
-    return scanner.fault("a text in quotes");
+    const std::string_view rest = scanner.rest();
+    const TextStretch quoted = quotedTextAt(rest);
+    if (quoted.length == 0)
+        return scanner.fault("a text in quotes");
+    if (!quoted.isClosed)
+        return scanner.faultAfter(
+            quoted.mark, quoted.length == rest.size() ? "the end of the text" : "a text that ends on its line");
+    text = std::string(rest.substr(quoted.mark, quoted.length - 2 * quoted.mark)).c_str();
+    scanner.skip(quoted.length);
+    scanner.skipBlanks();
+    return std::nullopt;
 }
 
 template <typename T>
@@ -232,6 +225,13 @@ template <>
 constexpr bool needsCommas<float> = false;
 template <>
 constexpr bool needsCommas<int> = false;
+
+TextStretch upTo(std::string_view closing, std::string_view text, std::size_t mark)
+{
+    const std::size_t end = text.find(closing, mark);
+    return end == std::string_view::npos ? TextStretch{text.size(), mark, false}
+                                         : TextStretch{end + closing.size(), mark, true};
+}
 
 int hexDigit(char c)
 {
@@ -242,6 +242,24 @@ int hexDigit(char c)
 }
 
 } // namespace
+
+TextStretch quotedTextAt(std::string_view text)
+{
+    if (text.starts_with("\"\"\""))
+        return upTo("\"\"\"", text, 3);
+    if (!text.starts_with('"') && !text.starts_with('\''))
+        return {};
+    const std::size_t end = std::min(text.find_first_of(text.front() == '"' ? "\"\n" : "'\n", 1), text.size());
+    const bool isClosed = end < text.size() && text[end] == text.front();
+    return {end + (isClosed ? 1 : 0), 1, isClosed};
+}
+
+TextStretch commentAt(std::string_view text)
+{
+    if (text.starts_with("//"))
+        return {std::min(text.find('\n'), text.size()), 2, true};
+    return text.starts_with("/*") ? upTo("*/", text, 2) : TextStretch();
+}
 
 std::optional<TextFault> readNumberText(std::string_view word, double& number)
 {
@@ -259,7 +277,7 @@ std::optional<TextFault> readListText(std::string_view text, std::vector<T>& ite
             return fault;
         if (!needsCommas<T> || scanner.atEnd())
             continue;
-        if (!scanner.take(","))
+        if (!scanner.take(','))
             return scanner.fault("a comma");
         scanner.skipBlanks();
     }

@@ -75,11 +75,8 @@ public:
     ExpressionAST* getElement(int index) override;
 
     ListItem* firstItem = nullptr;
-    int itemCount = 0; // items beyond it are evaluated and dropped
-
-private:
-    friend class ProgramAST;
-    ListItem* lastItem = nullptr; // only a hint where to append
+    ListItem* lastItem = nullptr; // behind which ProgramAST appends; null where it is not known
+    int itemCount = 0;            // items beyond it are evaluated and dropped
 };
 
 // Another property's value, found by name before anything is evaluated. Its elements are

@@ -1,12 +1,18 @@
 // The parsed program: objects, their properties, and everything that belongs to them.
+//
+// Objects, properties, list items and keys hang in chains, which a host may also link by hand while nothing
+// else uses the program. What it links behind the last record is noticed. Where it takes records out, puts
+// others between them or renames them it sets the chain's last pointer too, to null where it does not know the
+// end; the next lookup or append then goes through the whole chain. With the old pointer names are found as
+// they were, and what is appended hangs behind the record that was the last.
 #pragma once
 
 #include <marl/ast/nodes.h>
 
 #include <concepts>
+#include <cstddef>
 #include <deque>
 #include <memory_resource>
-#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -17,6 +23,33 @@ struct PropertyReferrer {
     ObjectAST* object = nullptr;
     PropertyAST* property = nullptr;
     PropertyReferrer* next = nullptr;
+};
+
+// Finds the records of a chain by name, in a table of the records from the first to the last.
+template <typename Record>
+class NameTable {
+public:
+    // The first of that name; null is the name of records without one.
+    Record* find(Record* first, Record*& last, const char* name);
+
+    // On failure nothing is appended.
+    void append(Record*& first, Record*& last, Record* added);
+
+private:
+    struct Hash {
+        using is_transparent = void;
+        std::size_t operator()(const char* name) const;
+    };
+    struct Equal {
+        using is_transparent = void;
+        bool operator()(const char* left, const char* right) const;
+    };
+
+    void catchUp(Record* first, Record*& last);
+
+    std::unordered_map<CharString, Record*, Hash, Equal> records;
+    Record* knownFirst = nullptr;
+    Record* knownLast = nullptr;
 };
 
 class MARL_API PropertyAST {
@@ -34,13 +67,18 @@ public:
     // Appends a property; its name may be null.
     PropertyAST* addProperty(const char* name, ExpressionAST* expression);
 
+    // The first property of that name, or null; a null name finds the first property without a name.
+    // In constant time, but for what was linked by hand since. Throws std::bad_alloc.
+    PropertyAST* getProperty(const char* name);
+
     const CharString name; // may have no text
     PropertyAST* firstProperty = nullptr;
+    PropertyAST* lastProperty = nullptr;
     ObjectAST* next = nullptr; // the program's next object
 
 private:
     ProgramAST& program;
-    PropertyAST* lastProperty = nullptr; // only a hint where to append
+    NameTable<PropertyAST> propertiesByName;
 };
 
 // Owns the nodes, items, keys, properties, objects and referrers made through it; nothing of
@@ -69,15 +107,14 @@ public:
     // Records at the head of the property's referrers that `object` refers to it in its property `from`.
     void addReferrer(PropertyAST* property, ObjectAST* object, PropertyAST* from);
 
-    // The first object of that name, or null; null for a null name.
+    // The first object of that name, or null; null for a null name. In constant time, as getProperty() is.
     ObjectAST* getObject(const char* name);
 
     ObjectAST* firstObject = nullptr;
+    ObjectAST* lastObject = nullptr;
 
 private:
     friend class ObjectAST;
-
-    ObjectAST* lastObject = nullptr;
 
     // The nodes of a tree stand close together, which a walk of a cold tree gains by.
     std::pmr::monotonic_buffer_resource room;
@@ -87,7 +124,7 @@ private:
     std::deque<PropertyAST> properties;
     std::deque<PropertyReferrer> referrers;
     std::deque<ObjectAST> objects;
-    std::unordered_map<std::string_view, ObjectAST*> objectsByName;
+    NameTable<ObjectAST> objectsByName;
 };
 
 } // namespace Marl

@@ -5,6 +5,7 @@
 #include <marl/ast/list_text.h>
 #include <marl/ast/nodes.h>
 #include <marl/value/detail/failures.h>
+#include <marl/value/exceptions.h>
 
 #include <algorithm>
 #include <atomic>
@@ -66,7 +67,9 @@ std::string readText(SourceOwner* owner, SourceStream* stream, std::int64_t posi
 
 void failUnreadable(const char* expected, std::int64_t position)
 {
-    fail(("Expected " + std::string(expected) + " at byte " + std::to_string(position) + " of the source.").c_str());
+    const std::string message =
+        "Expected " + std::string(expected) + " at byte " + std::to_string(position) + " of the source.";
+    throw InvalidOpException(message.c_str(), {.byte = position});
 }
 
 void StringExpressionAST::load()

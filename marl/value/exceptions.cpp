@@ -2,7 +2,12 @@
 
 #include <marl/value/detail/failures.h>
 
+#include <type_traits>
+
 namespace Marl {
+
+static_assert(std::is_nothrow_copy_constructible_v<Exception>,
+              "a copy that throws while one is thrown ends the process");
 
 const char* Exception::what() const noexcept
 {

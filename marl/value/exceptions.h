@@ -4,18 +4,31 @@
 #include <marl/api.h>
 #include <marl/value/char_string.h>
 
+#include <cstdint>
+
 namespace Marl {
+
+// What a failure is about besides its message.
+struct FailureDetails {
+    std::int64_t byte = -1; // where a source cannot be read, from its start
+};
 
 // Catches both failures below. The message is one fixed English sentence that can be shown to a user.
 class MARL_API Exception {
 public:
     // Shares the text.
-    Exception(const CharString& text) noexcept : message(text) {}
+    Exception(const CharString& text, const FailureDetails& about = {}) noexcept : message(text), details(about) {}
 
     // The message, "" where it has no text; valid as long as the exception.
     const char* what() const noexcept;
 
+    // Where a source cannot be read, in bytes from its start; -1 for every other failure.
+    std::int64_t byte() const noexcept { return details.byte; }
+
     CharString message;
+
+private:
+    FailureDetails details;
 };
 
 // An expression cannot be evaluated.

@@ -5,7 +5,6 @@
 #include <marl/value/exceptions.h>
 
 #include <algorithm>
-#include <cstring>
 #include <initializer_list>
 #include <string>
 
@@ -32,15 +31,6 @@ CharString joined(std::initializer_list<const char*> pieces)
 [[noreturn]] void failMissingProperty(const char* property, const char* object)
 {
     throw BadRefException(joined({"Could not find ", property, " property of object ", object}));
-}
-
-// The first property of that name; a null name is the name of properties without one.
-PropertyAST* findProperty(const ObjectAST& object, const char* name)
-{
-    PropertyAST* property = object.firstProperty;
-    while (property && !(property->name == name))
-        property = property->next;
-    return property;
 }
 
 } // namespace
@@ -81,10 +71,10 @@ void DecorationVisitor::visitPropertyReferenceAST(PropertyReferenceAST* node)
 {
     if (!program)
         failIncomplete();
-    const ObjectAST* owner = program->getObject(node->objectName);
+    ObjectAST* owner = program->getObject(node->objectName);
     if (!owner)
         failMissingObject(node->objectName);
-    node->property = findProperty(*owner, node->propertyName);
+    node->property = owner->getProperty(node->propertyName);
     if (!node->property)
         failMissingProperty(node->propertyName, node->objectName);
     program->addReferrer(node->property, object, property);

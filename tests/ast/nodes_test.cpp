@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <vector>
@@ -130,23 +131,106 @@ TEST(Keys, AreSortedByConstantTimes)
     EXPECT_EQ(t.trail, "") << "nothing is evaluated";
 }
 
-TEST(Program, AppendsInOrderAlsoBehindLinksMadeByHand)
+template <typename Record>
+std::vector<Record*> chainFrom(Record* first)
 {
-    Tree t;
-    auto* list = t.list({1});
-    ListItem byHand{t.node(2), nullptr};
-    list->firstItem->next = &byHand;
-    t.program.append(list, t.node(3));
-    list->itemCount = 3;
-    EXPECT_EQ(resultOf(list), "[1, 2, 3]");
-    list->firstItem = nullptr;
-    list->itemCount = 0;
-    t.program.append(list, t.node(4));
-    EXPECT_EQ(resultOf(list), "[4]");
+    std::vector<Record*> chain;
+    for (; first; first = first->next)
+        chain.push_back(first);
+    return chain;
+}
 
-    ObjectAST* lamp = t.program.addObject("lamp");
-    EXPECT_EQ(t.program.firstObject, lamp);
-    EXPECT_EQ(t.program.addObject("rig"), lamp->next);
+// What a host may do by hand to a chain of four records, with another one of its own.
+template <typename Record>
+struct Relinking {
+    const char* name;
+    void (*relink)(Record*& first, Record*& last, Record* own);
+};
+
+template <typename Record>
+const Relinking<Record> relinkings[] = {
+    // clang-format off
+    {"nothing",                       [](Record*&, Record*&, Record*) {}},
+    {"another behind the last",       [](Record*& first, Record*&, Record* own) { chainFrom(first).back()->next = own; }},
+    {"another before the first",      [](Record*& first, Record*&, Record* own) { own->next = first; first = own; }},
+    {"none left",                     [](Record*& first, Record*&, Record*) { first = nullptr; }},
+    {"only the first left",           [](Record*& first, Record*&, Record*) { first->next = nullptr; }},
+    {"the first out",                 [](Record*& first, Record*&, Record*) { first = first->next; }},
+    {"another in place of all",       [](Record*& first, Record*&, Record* own) { first = own; }},
+    {"two left, the end told",        [](Record*& first, Record*& last, Record*) { last = first->next; last->next = nullptr; }},
+    {"two left, the end not told",    [](Record*& first, Record*& last, Record*) { first->next->next = last = nullptr; }},
+    {"another in place of two",       [](Record*& first, Record*& last, Record* own) { first->next->next = last = own; }},
+    {"another between",               [](Record*& first, Record*& last, Record* own) { own->next = first->next; first->next = own; last = nullptr; }},
+    {"the third out",                 [](Record*& first, Record*& last, Record*) { first->next->next = first->next->next->next; last = nullptr; }},
+    // clang-format on
+};
+
+TEST(Program, AppendsBehindWhatWasLinkedByHand)
+{
+    for (const auto& [name, relink] : relinkings<ListItem>) {
+        Tree t;
+        auto* list = t.list({0, 1, 2, 3});
+        ListItem own;
+        relink(list->firstItem, list->lastItem, &own);
+        auto expected = chainFrom(list->firstItem);
+        for (const int twice : {1, 2}) {
+            t.program.append(list, t.node(9));
+            expected.push_back(list->lastItem);
+            EXPECT_EQ(chainFrom(list->firstItem), expected) << name;
+            EXPECT_EQ(list->itemCount, 4 + twice);
+        }
+    }
+}
+
+// By the definition: along the chain.
+template <typename Record>
+Record* firstOf(const std::vector<Record*>& chain, const char* name)
+{
+    const auto found = std::ranges::find_if(chain, [&](const Record* record) { return record->name == name; });
+    return found == chain.end() ? nullptr : *found;
+}
+
+TEST(Program, FindsNamesInChainsLinkedByHand)
+{
+    constexpr const char* names[] = {"a", "b", "c", "d", "", "x"};
+    for (const auto& [name, relink] : relinkings<PropertyAST>) {
+        ProgramAST program;
+        ObjectAST* object = program.addObject("o");
+        for (const char* property : {"a", "b", static_cast<const char*>(nullptr), "b"})
+            object->addProperty(property, nullptr);
+        const auto expectAllFound = [&, row = name](const std::vector<PropertyAST*>& chain) {
+            EXPECT_EQ(chainFrom(object->firstProperty), chain) << row;
+            for (const char* wanted : names)
+                EXPECT_EQ(object->getProperty(wanted), firstOf(chain, wanted)) << row << ": " << wanted;
+            EXPECT_EQ(object->getProperty(nullptr), firstOf(chain, nullptr)) << row;
+        };
+        PropertyAST own{"b", nullptr, nullptr, nullptr};
+        relink(object->firstProperty, object->lastProperty, &own);
+        auto chain = chainFrom(object->firstProperty);
+        expectAllFound(chain);
+        for (const char* property : {"c", "d"}) {
+            chain.push_back(object->addProperty(property, nullptr));
+            expectAllFound(chain);
+        }
+        object->firstProperty->name = "x";
+        object->lastProperty = nullptr;
+        expectAllFound(chain);
+    }
+    for (const auto& [name, relink] : relinkings<ObjectAST>) {
+        ProgramAST program;
+        for (const char* object : {"a", "b", static_cast<const char*>(nullptr), "b"})
+            program.addObject(object);
+        ObjectAST own(program, "b");
+        relink(program.firstObject, program.lastObject, &own);
+        auto chain = chainFrom(program.firstObject);
+        for (const char* object : {"c", "d"}) {
+            for (const char* wanted : names)
+                EXPECT_EQ(program.getObject(wanted), firstOf(chain, wanted)) << name << ": " << wanted;
+            EXPECT_EQ(program.getObject(nullptr), nullptr);
+            chain.push_back(program.addObject(object));
+            EXPECT_EQ(chainFrom(program.firstObject), chain) << name;
+        }
+    }
 }
 
 } // namespace

@@ -3,7 +3,13 @@
 #include <tests/support/fake_stream.h>
 #include <tests/support/tree.h>
 
+#include <marl/compiled/batch_evaluator.h>
+
 #include <gtest/gtest.h>
+
+#include <array>
+#include <exception>
+#include <functional>
 
 namespace Marl::Tests {
 namespace {
@@ -63,6 +69,7 @@ TEST(SourceData, CrossLinesAndSayWhereTheyAreWrong)
     using Floats = ListTypeExpressionAST<float>;
     using Texts = ListTypeExpressionAST<CharString>;
     using Digits = TransformHexExpressionAST;
+    using namespace std::string_literals;
     const std::string one = "3f800000", zeros(104, '0');
     const struct {
         std::string (*read)(const std::string&);
@@ -72,10 +79,14 @@ TEST(SourceData, CrossLinesAndSayWhereTheyAreWrong)
         {readAs<Floats>, "\n1\t-2.5\r\n .5\v\f",             "float[1 -2.5 0.5]"},
         {readAs<Floats>, "1 // one\n/* and\n*/2 /**/ // end", "float[1 2]"},
         {readAs<Floats>, "1 // one\n2 x",                    "fails: Expected a number at byte 111 of the source."},
-        {readAs<Floats>, "1 /* 2",                           "float[1]"},
+        {readAs<Floats>, "1 /* 2",                           "fails: Expected the end of the comment at byte 102 of the source."},
+        {readAs<Floats>, "1\0 2"s,                           "fails: Expected no NUL outside texts at byte 101 of the source."},
+        {readAs<Floats>, "1 // a\0\n2"s,                     "fails: Expected no NUL outside texts at byte 106 of the source."},
+        {readAs<Texts>,  "'a', /*\0*/ 'b'"s,                 "fails: Expected no NUL outside texts at byte 107 of the source."},
+        {readAs<Texts>,  "'a\0b', \"//\0\""s,               "string[\"a\", \"//\"]"},
         {readAs<Texts>,  "'one',\n\"\"\"th\"r\nee\"\"\",\n", "string[\"one\", \"th\"r\nee\"]"},
         {readAs<Texts>,  "'a', \"b",                         "fails: Expected the end of the text at byte 106 of the source."},
-        {readAs<Texts>,  "'a\nb'",                           "fails: Expected a text that ends on its line at byte 105 of the source."},
+        {readAs<Texts>,  "'a\nb'",                           "fails: Expected a text that ends on its line at byte 101 of the source."},
         {readAs<Digits>, one + "\t0000000\r\n0" + zeros,     "xform(1 0 0, 0 0 0, 0 0 0, 0 0 0)"},
         {readAs<Digits>, one + "0000000g" + zeros,           "fails: Expected 120 hexadecimal digits at byte 115 of the source."},
         {readAs<Digits>, "0x" + one + "00000000" + zeros,    "fails: Expected 120 hexadecimal digits at byte 101 of the source."},
@@ -87,6 +98,42 @@ TEST(SourceData, CrossLinesAndSayWhereTheyAreWrong)
     ListTypeExpressionAST<int> withoutOwner;
     withoutOwner.length = 3;
     EXPECT_EQ(resultOf(&withoutOwner), "int[]");
+}
+
+TEST(SourceData, HasTheByteInTheFailure)
+{
+    SourceOwner owner;
+    FakeStream stream("float[1 x]");
+    ListTypeExpressionAST<float> wrong, withoutStream;
+    placed(&wrong, owner, stream, 6, 3);
+    placed(&withoutStream, owner, stream, 6, 3)->stream = nullptr;
+    ExpressionAST* expressions[] = {&wrong};
+    const CompiledExpressions compiled(expressions);
+    BatchEvaluator batch(compiled);
+    batch.evaluate(std::array{1.0, 2.0});
+    const struct {
+        const char* name;
+        std::function<void()> read;
+        std::int64_t byte;
+    } rows[] = {
+        {"read", [&] { wrong.readFromSource(); }, 8},
+        {"walked", [&] { evaluated(&wrong); }, 8},
+        {"compiled", [&] { batch.column(0).valueAt(1); }, 8},
+        {"of no byte", [&] { evaluated(&withoutStream); }, -1},
+    };
+    for (const auto& row : rows) {
+        std::exception_ptr thrown;
+        try {
+            row.read();
+        } catch (const InvalidOpException& failure) {
+            thrown = std::make_exception_ptr(InvalidOpException(failure)); // as hosts keep it for later
+        }
+        try {
+            std::rethrow_exception(thrown);
+        } catch (const Exception& failure) {
+            EXPECT_EQ(failure.byte(), row.byte) << row.name << ": " << failure.what();
+        }
+    }
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // marl eval over many times: threads, and what ends it before its time.
 #include <tests/host/scratch.h>
 
-#include <host/output/value_text.h>
+#include <host/report/number_text.h>
 
 #include <gmock/gmock.h>
 
@@ -183,11 +183,12 @@ TEST(Signals, EndTheToolAndLeaveNoFile)
         std::vector<std::pair<int, sighandler_t>> before;
         for (const int number : row.sent)
             before.emplace_back(number, signal(number, number == row.ignored ? SIG_IGN : SIG_DFL));
-        const LongRun session("999999", {"o.dear", "--jobs", "2", "-o", "values.csv"}, [&](const LongRun& started, pid_t tool) {
-            started.waitForWork();
-            for (const int number : row.sent)
-                kill(tool, number);
-        });
+        const LongRun session("999999", {"o.dear", "--jobs", "2", "-o", "values.csv"},
+                              [&](const LongRun& started, pid_t tool) {
+                                  started.waitForWork();
+                                  for (const int number : row.sent)
+                                      kill(tool, number);
+                              });
         for (const auto& [number, handler] : before)
             signal(number, handler);
         EXPECT_EQ(session.run.status, -row.endsBy) << row.name;
@@ -211,10 +212,11 @@ TEST(Signals, OfCtrlCEndTheToolAtTheThirdAtTheLatest)
 
 TEST(Changes, OfTheSceneEndTheRun)
 {
-    const LongRun session("999999", {"many.l0", "o.dear", "--jobs", "2", "-o", "values.csv"}, [](const LongRun& started, pid_t) {
-        started.waitForWork();
-        started.files.write("s.scene", inObject("l = float[4 5 6];"));
-    });
+    const LongRun session("999999", {"many.l0", "o.dear", "--jobs", "2", "-o", "values.csv"},
+                          [](const LongRun& started, pid_t) {
+                              started.waitForWork();
+                              started.files.write("s.scene", inObject("l = float[4 5 6];"));
+                          });
     EXPECT_EQ(session.run.status, 3);
     EXPECT_EQ(session.run.err, "marl: s.scene: The file has changed since it was opened; run the command again\n");
     EXPECT_EQ(session.valueFiles(), ValueFiles({{"values.csv", "old"}}));

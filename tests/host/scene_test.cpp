@@ -22,10 +22,11 @@ TEST(Scenes, NoteWhereThingsStand)
     TextScene file(text);
     Scene& scene = file.scene;
     const auto textOfThing = [&](const void* thing) { return scene.file.textAt(scene.placeOf(thing)); };
-    const auto expressionOf = [&](const char* name) { return scene.findProperty("o", name)->expression; };
+    ObjectAST* object = scene.program.getObject("o");
+    const auto expressionOf = [&](const char* name) { return object->getProperty(name)->expression; };
 
-    EXPECT_EQ(textOfThing(scene.findObject("o")), "o");
-    EXPECT_EQ(textOfThing(scene.findProperty("o", "q r")), "`q r`");
+    EXPECT_EQ(textOfThing(object), "o");
+    EXPECT_EQ(textOfThing(object->getProperty("q r")), "`q r`");
     const auto* product = dynamic_cast<BinaryExpressionAST*>(expressionOf("p"));
     EXPECT_EQ(textOfThing(product), "(1 + .q) * -2");
     EXPECT_EQ(textOfThing(product->left), "1 + .q");

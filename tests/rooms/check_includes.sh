@@ -36,5 +36,14 @@ for room in host examples tests benchmarks fuzz; do
     only "$room" "[<\"](?!$inside)((marl|$below)/|(?!(host|examples|tests|benchmarks|fuzz)/))" "${sources[@]}"
 done
 
+below=
+for room in report scene functions analysis output; do
+    below+=${below:+|}$room
+    only "host/$room" "<(?!host/(?!($below)/))" "${sources[@]}"
+done
+for room in commands view; do
+    only "host/$room" "<(?!host/(?!($below|$room)/))" "${sources[@]}"
+done
+
 echo "$includes includes, $offences offences"
 ((includes > 0 && offences == 0))

@@ -27,7 +27,7 @@ void readAt(SourceStream* stream, std::int64_t position, char* bytes, int length
 // The `length` bytes at `position`, read under the owner's mutex; nothing without an owner.
 std::string readText(SourceOwner* owner, SourceStream* stream, std::int64_t position, int length);
 
-// Throws InvalidOpException: what was expected at that byte of the source.
+// Throws InvalidOpException, with the byte: what was expected at that byte of the source.
 [[noreturn]] void failUnreadable(const char* expected, std::int64_t position);
 
 } // namespace Marl
