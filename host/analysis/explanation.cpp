@@ -11,7 +11,7 @@ namespace Marl::Host {
 
 namespace {
 
-constexpr std::size_t mostParts = 20; // below one part
+constexpr std::size_t mostPartsBelowOne = 20;
 constexpr int deepest = 30;
 
 bool isPlainNumber(ExpressionAST* node)
@@ -100,7 +100,7 @@ private:
         std::size_t leftOut = 0;
         for (std::size_t i = 0; i < below.size(); ++i) {
             const bool isNext = next && below[i].node == next->node;
-            if (i < mostParts || isNext)
+            if (i < mostPartsBelowOne || isNext)
                 add(below[i], level, isNext ? std::exchange(next, nullptr) : nullptr);
             else
                 ++leftOut;
@@ -155,7 +155,6 @@ private:
         }
     }
 
-    // What the walk did not come to.
     Value computed(ExpressionAST* node) const
     {
         const CompiledExpressions compiled({&node, 1});

@@ -14,8 +14,8 @@ struct ExplainedPart {
     std::optional<Span> place;  // none for what is not written in the file
     std::optional<Value> value; // none where there is only the remark
     std::string remark = {};
-    bool fails = false;                              // this part itself; the remark is the message
-    const PropertyReferenceAST* reference = nullptr; // where the part is one
+    bool fails = false; // this part itself; the remark is the message
+    const PropertyReferenceAST* reference = nullptr;
 };
 
 // The parts in the order of the text, each followed by those below it. Plain numbers have no line of

@@ -18,8 +18,8 @@ public:
 
     explicit ReferenceGraph(const Scene& scene);
 
-    std::vector<Neighbors> uses;  // of a property: those it refers to
-    std::vector<Neighbors> users; // of a property: those that refer to it
+    std::vector<Neighbors> uses;
+    std::vector<Neighbors> users;
 
     std::size_t indexOf(const PropertyAST* property) const { return indices.at(property); }
 

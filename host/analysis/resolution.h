@@ -11,7 +11,7 @@ namespace Marl::Host {
 struct Resolution {
     // Unknown objects and properties, circles of references, objects that share a name. In no order.
     std::vector<Diagnostic> mistakes;
-    std::unordered_set<const PropertyAST*> inCircle; // properties that need themselves
+    std::unordered_set<const PropertyAST*> inCircle;
 
     // Whether evaluation fails because of one of the mistakes, so that the failure is no news.
     std::unordered_set<const PropertyReferenceAST*> unbound;

@@ -8,7 +8,6 @@
 
 namespace Marl::Host {
 
-// Of one property over many times.
 struct Failures {
     std::size_t count = 0;
     double firstTime = 0;

@@ -10,7 +10,6 @@
 
 namespace Marl::Host {
 
-// The columns of one property.
 class Columns {
 public:
     explicit Columns(const Track& given);

@@ -13,14 +13,12 @@ struct Curve {
     std::vector<double> values;
 };
 
-// Curves that share their times.
 struct CurveGroup {
     std::vector<double> times; // ascending
     std::vector<bool> isKey;   // whether the values at the time are marked
     std::vector<Curve> curves;
 };
 
-// What gnuplot is to make.
 struct Picture {
     std::string settings; // commands, a line each
     std::string_view lineStyle;

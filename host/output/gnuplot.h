@@ -1,4 +1,3 @@
-// The program gnuplot.
 #pragma once
 
 #include <string>

@@ -1,4 +1,3 @@
-// Values as JSON.
 #pragma once
 
 #include <marl/marl.h>

@@ -1,4 +1,3 @@
-// What the writers of values share: going through lists.
 #pragma once
 
 #include <host/scene/names.h>

@@ -34,7 +34,7 @@ private:
     [[noreturn]] void fail() const;
 
     std::string target = "standard output";
-    std::optional<TemporaryFile> temporary; // what takes the file's place in the end
+    std::optional<TemporaryFile> temporary;
     int handle = 1;
     std::string buffer;
 };

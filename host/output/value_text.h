@@ -1,4 +1,3 @@
-// Values as text.
 #pragma once
 
 #include <marl/marl.h>

@@ -37,14 +37,15 @@ std::size_t editDistance(std::string_view a, std::string_view b, std::size_t mos
 std::string didYouMean(std::string_view wrong, std::span<const std::string_view> names)
 {
     // Of equally near names the one of the same length: letters change places more often than they go.
-    const auto apart = [&](std::string_view name) {
+    const auto lengthDifference = [&](std::string_view name) {
         return std::max(name.size(), wrong.size()) - std::min(name.size(), wrong.size());
     };
     std::size_t most = (wrong.size() + 1) / 3;
     std::string_view nearest;
     for (const std::string_view name : names) {
         const std::size_t distance = editDistance(wrong, name, most);
-        if (distance > most || (!nearest.empty() && distance == most && apart(name) >= apart(nearest)))
+        if (distance > most
+            || (!nearest.empty() && distance == most && lengthDifference(name) >= lengthDifference(nearest)))
             continue;
         nearest = name;
         most = distance;

@@ -1,4 +1,3 @@
-// The kinds of values as text.
 #pragma once
 
 #include <string>

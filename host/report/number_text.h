@@ -1,4 +1,3 @@
-// Numbers as text.
 #pragma once
 
 #include <string>

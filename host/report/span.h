@@ -1,4 +1,3 @@
-// Places in a file.
 #pragma once
 
 #include <cstdint>

@@ -23,7 +23,7 @@ struct Reading {
     SyntaxMistakes& mistakes;
     TreeBuilder& tree;
     LostNames& lost;
-    Span brace = {}; // that opened the object
+    Span openingBrace = {};
 };
 
 inline std::int64_t offsetOf(const Input& in)

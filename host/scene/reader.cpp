@@ -197,7 +197,7 @@ struct Action<brace_open> {
     template <typename In>
     static void apply(const In& in, Reading& reading)
     {
-        reading.brace = placeOf(in);
+        reading.openingBrace = placeOf(in);
     }
 };
 
@@ -224,14 +224,14 @@ struct Action<no_brace> {
     static void apply0(Reading& reading)
     {
         const std::int64_t end = reading.tree.endOfObjectName();
-        reading.brace = {end, end};
-        reading.mistakes.note(reading.brace, complaint<object_open>.text);
+        reading.openingBrace = {end, end};
+        reading.mistakes.note(reading.openingBrace, complaint<object_open>.text);
     }
 };
 
 template <>
 struct Action<object_end> {
-    static void apply0(Reading& reading) { reading.mistakes.note(reading.brace, "this `{` is not closed"); }
+    static void apply0(Reading& reading) { reading.mistakes.note(reading.openingBrace, "this `{` is not closed"); }
 };
 
 template <>

@@ -48,7 +48,6 @@ public:
     // one, or null; an end of the statement there means that the bracket was not closed.
     [[noreturn]] void complain(const Complaint& complaint, std::int64_t offset, const Bracket* open, bool atEnd);
 
-    // Where recovery from the last mistake begins.
     std::int64_t resumeAt() const { return resume; }
 
     // Whether a comma stands between two digits of the span, as in 1,5.

@@ -35,7 +35,7 @@ void TreeBuilder::beginProperty()
 {
     propertyName = takeName();
     isInProperty = true;
-    samples = 0;
+    samplesDrawn = 0;
 }
 
 void TreeBuilder::endProperty()
@@ -94,7 +94,7 @@ BuiltinFunctionAST* TreeBuilder::makeBuiltin(Builtin function)
     auto* node = program.make<BuiltinFunctionAST>();
     node->functionId = static_cast<int>(function);
     if (function == Builtin::Sample || function == Builtin::Uniform)
-        node->sample = drawSample(objectName.text, propertyName.text, samples++, sampleSeed);
+        node->sample = drawSample(objectName.text, propertyName.text, samplesDrawn++, sampleSeed);
     return node;
 }
 

@@ -107,7 +107,7 @@ private:
     ObjectAST* object = nullptr;
     Name objectName, propertyName;
     bool isInProperty = false;
-    std::uint32_t samples = 0; // drawn for the property so far
+    std::uint32_t samplesDrawn = 0;
 
     std::vector<Name> names;
     Span contentPlace;

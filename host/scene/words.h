@@ -20,7 +20,6 @@ struct Word {
     bool takesRoundBrackets() const { return use >= Function && use <= Other; }
 };
 
-// The words that stand before round brackets.
 std::vector<std::string_view> callableWords();
 
 // Null for what is no word of the language.

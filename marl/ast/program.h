@@ -56,7 +56,7 @@ class MARL_API PropertyAST {
 public:
     CharString name; // may have no text
     ExpressionAST* expression = nullptr;
-    PropertyAST* next = nullptr;           // the object's next property
+    PropertyAST* next = nullptr;
     PropertyReferrer* referrers = nullptr; // newest first, recorded by the resolution pass
 };
 
@@ -74,7 +74,7 @@ public:
     const CharString name; // may have no text
     PropertyAST* firstProperty = nullptr;
     PropertyAST* lastProperty = nullptr;
-    ObjectAST* next = nullptr; // the program's next object
+    ObjectAST* next = nullptr;
 
 private:
     ProgramAST& program;

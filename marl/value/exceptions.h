@@ -8,7 +8,6 @@
 
 namespace Marl {
 
-// What a failure is about besides its message.
 struct FailureDetails {
     std::int64_t byte = -1; // where a source cannot be read, from its start
 };

@@ -20,7 +20,6 @@ std::string helpOf(std::vector<std::string> arguments)
     return run.out;
 }
 
-// What the pattern's group finds in the text.
 std::set<std::string> allIn(const std::string& text, const char* pattern)
 {
     const std::regex regex(pattern);

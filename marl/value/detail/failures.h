@@ -6,12 +6,12 @@ namespace Marl {
 // Throws InvalidOpException with the message.
 [[noreturn]] void fail(const char* message);
 
-[[noreturn]] void failIncomplete();     // a null child or stream, a property without expression
-[[noreturn]] void failTooDeep();        // more levels than the walk allows
-[[noreturn]] void failUnbound();        // a reference before, or after a failed, resolution
-[[noreturn]] void failCycle();          // a property that needs itself
-[[noreturn]] void failOutsideArray();   // an index without element
-[[noreturn]] void failIncompleteCall(); // a built-in function that lacks an argument
-[[noreturn]] void failWithoutKeys();    // an interpolation between no keys
+[[noreturn]] void failIncomplete(); // a null child or stream, a property without expression
+[[noreturn]] void failTooDeep();
+[[noreturn]] void failUnbound(); // a reference before, or after a failed, resolution
+[[noreturn]] void failCycle();
+[[noreturn]] void failOutsideArray();
+[[noreturn]] void failIncompleteCall();
+[[noreturn]] void failWithoutKeys();
 
 } // namespace Marl
