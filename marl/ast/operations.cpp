@@ -1,7 +1,7 @@
 #include <marl/ast/detail/operations.h>
 
 #include <marl/ast/detail/number_operators.h>
-#include <marl/value/detail/array_hold.h>
+#include <marl/value/array_hold.h>
 #include <marl/value/detail/blend.h>
 #include <marl/value/detail/failures.h>
 #include <marl/value/detail/functions.h>

@@ -1,6 +1,7 @@
 // Array storage shared by reference count.
 //
-// There is no destructor that releases: whoever holds an array calls freeMem().
+// There is no destructor that releases: whoever holds an array calls freeMem(), or
+// leaves that to an ArrayHold.
 // The elements stand in one block behind the count, so an array costs one allocation.
 #pragma once
 

@@ -104,7 +104,7 @@ public:
         return kind == ValueType::Transform ? transform : TraceTransform();
     }
 
-    // The array comes with a reference of its own: the caller calls freeMem().
+    // The array comes with a reference of its own, which an ArrayHold gives up.
     PtrArray<Value> getList() const noexcept;
     PtrArray<Vector> getListVector() const noexcept;
     PtrArray<int> getListInt() const noexcept;

@@ -2,7 +2,7 @@
 #include <marl/visitor/detail/operands.h>
 
 #include <marl/ast/detail/operations.h>
-#include <marl/value/detail/array_hold.h>
+#include <marl/value/array_hold.h>
 #include <marl/value/detail/truncation.h>
 
 namespace Marl {

@@ -4,6 +4,8 @@
 #include <tests/support/tree.h>
 #include <tests/support/wrappings.h>
 
+#include <marl/value/array_hold.h>
+
 #include <gtest/gtest.h>
 
 #include <concepts>
@@ -50,9 +52,8 @@ std::string bare(Value value)
 {
     int lists = 0;
     for (; value.getValueType() == static_cast<int>(ValueType::List); ++lists) {
-        PtrArray<Value> items = value.getList();
-        value = Value(items.count == 1 ? items.data[0] : Value());
-        items.freeMem();
+        const ArrayHold items(value.getList());
+        value = items->count == 1 ? items[0] : Value();
     }
     return std::to_string(lists) + " " + shown(value);
 }

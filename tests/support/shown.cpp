@@ -1,7 +1,10 @@
 #include <tests/support/shown.h>
 
+#include <marl/value/array_hold.h>
+
 #include <charconv>
 #include <cmath>
+#include <utility>
 
 namespace Marl::Tests {
 
@@ -30,12 +33,12 @@ std::string text(const Object* object)      { return object ? object->name : "no
 // clang-format on
 
 template <typename T>
-std::string elements(PtrArray<T> list, const char* between = ", ")
+std::string elements(PtrArray<T>&& given, const char* between = ", ")
 {
+    const ArrayHold list(std::move(given));
     std::string all = "[";
-    for (int i = 0; i < list.count; ++i)
-        all += (i == 0 ? "" : between) + text(list.data[i]);
-    list.freeMem();
+    for (int i = 0; i < list->count; ++i)
+        all += (i == 0 ? "" : between) + text(list[i]);
     return all + "]";
 }
 

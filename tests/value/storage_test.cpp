@@ -1,4 +1,5 @@
 // Shared text, shared arrays and the plain records.
+#include <marl/value/array_hold.h>
 #include <marl/value/char_string.h>
 #include <marl/value/ptr_array.h>
 #include <marl/value/records.h>
@@ -6,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <utility>
+#include <vector>
 
 namespace Marl::Tests {
 namespace {
@@ -87,6 +89,28 @@ TEST(PtrArray, SharesByCountUntilGivenUp)
     EXPECT_EQ(first.count, 0);
     first.freeMem();
     EXPECT_EQ(first.shared, nullptr);
+}
+
+TEST(ArrayHold, GivesUpItsOwnReferenceAlsoWhenSomethingThrows)
+{
+    PtrArray<float> array;
+    array.allocArray(2);
+    array.data[1] = 0.5f;
+    const int& count = array.shared->refCount;
+    try {
+        const ArrayHold hold{PtrArray<float>(array)};
+        EXPECT_EQ(count, 2);
+        EXPECT_EQ(hold->count, 2);
+        EXPECT_EQ(hold[1], 0.5f);
+        EXPECT_EQ(std::vector<float>(hold.begin(), hold.end()), (std::vector{0.0f, 0.5f}));
+        throw 0;
+    } catch (int) {
+        EXPECT_EQ(count, 1);
+    }
+
+    const ArrayHold nothing{PtrArray<float>()};
+    EXPECT_EQ(nothing.begin(), nothing.end());
+    array.freeMem();
 }
 
 TEST(Records, ConstantsHoldWhatTheirNamesSay)
