@@ -29,18 +29,6 @@ int truncated(double number)
     return number > -end - 1 && number < end ? static_cast<int>(number) : std::numeric_limits<int>::min();
 }
 
-template <typename T>
-Value valueOf(const PtrArray<T>& list)
-{
-    if constexpr (std::is_same_v<T, CharString>) {
-        Value value;
-        value.setListString(list);
-        return value;
-    } else {
-        return list;
-    }
-}
-
 } // namespace
 
 void ReferenceWalk::evaluate(ExpressionAST* root)
@@ -225,9 +213,8 @@ void ReferenceWalk::visitListExpression(ListExpressionAST* node)
 template <typename T>
 void ReferenceWalk::pushList(ListTypeExpressionAST<T>* node)
 {
-    PtrArray<T> list = node->loaded ? node->values : node->readFromSource();
-    Value value = valueOf(list);
-    list.freeMem();
+    const ArrayHold<T> list(node->loaded ? PtrArray<T>(node->values) : node->readFromSource());
+    Value value = *list;
     value.setScenePath(node->scenePath.clone());
     stack.push_back(value);
 }

@@ -34,6 +34,12 @@ Value::Value(const CharString& value) noexcept : kind(ValueType::String)
     awaken(scenePath, CharString());
 }
 
+Value::Value(const PtrArray<CharString>& value) noexcept : kind(ValueType::ListString)
+{
+    awaken(listString, value);
+    awaken(scenePath, CharString());
+}
+
 Value::Value(const RuntimeValue& value) noexcept : kind(ValueType::RuntimeValue)
 {
     object = value.object;
@@ -182,12 +188,9 @@ void Value::setListColor(const PtrArray<Color>& value) noexcept    { *this = Val
 
 void Value::setListString(const PtrArray<CharString>& value) noexcept
 {
-    PtrArray<CharString> given(value);
     CharString path = kind == ValueType::ListString ? scenePath : CharString();
-    release();
-    kind = ValueType::ListString;
-    awaken(listString, std::move(given));
-    awaken(scenePath, std::move(path));
+    *this = Value(value);
+    scenePath = std::move(path);
 }
 
 void Value::setScenePath(const CharString& value) noexcept

@@ -67,6 +67,7 @@ public:
     Value(const PtrArray<int>& value) noexcept;
     Value(const PtrArray<float>& value) noexcept;
     Value(const PtrArray<Color>& value) noexcept;
+    Value(const PtrArray<CharString>& value) noexcept; // with an empty scene path
 
     Value(const Value& other) noexcept : kind(other.kind)
     {

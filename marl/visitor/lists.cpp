@@ -28,14 +28,7 @@ template <typename T>
 void CalculationVisitor::pushTypedList(ListTypeExpressionAST<T>* node)
 {
     ArrayHold<T> list(node->loaded ? PtrArray<T>(node->values) : node->readFromSource());
-    if constexpr (std::is_same_v<T, CharString>) {
-        Value value;
-        value.setListString(*list);
-        value.setScenePath(node->scenePath.clone());
-        valueStack.push(std::move(value));
-    } else {
-        valueStack.push(*list);
-    }
+    valueStack.push(*list);
 }
 
 // clang-format off
@@ -43,8 +36,14 @@ void CalculationVisitor::visitListVectorExpressionAST(ListTypeExpressionAST<Vect
 void CalculationVisitor::visitListIntExpressionAST(ListTypeExpressionAST<int>* node)           { pushTypedList(node); }
 void CalculationVisitor::visitListColorExpressionAST(ListTypeExpressionAST<Color>* node)       { pushTypedList(node); }
 void CalculationVisitor::visitListFloatExpressionAST(ListTypeExpressionAST<float>* node)       { pushTypedList(node); }
-void CalculationVisitor::visitListStringExpressionAST(ListTypeExpressionAST<CharString>* node) { pushTypedList(node); }
 // clang-format on
+
+void CalculationVisitor::visitListStringExpressionAST(ListTypeExpressionAST<CharString>* node)
+{
+    const CharString path = node->scenePath.clone();
+    pushTypedList(node);
+    valueStack.top().setScenePath(path);
+}
 
 // What is refused leaves the stack too. Apart from the visit, whose frame must hold no value.
 double CalculationVisitor::takeNumber(const char* complaint)

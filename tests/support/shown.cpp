@@ -1,7 +1,5 @@
 #include <tests/support/shown.h>
 
-#include <marl/value/array_hold.h>
-
 #include <charconv>
 #include <cmath>
 #include <utility>

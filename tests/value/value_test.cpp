@@ -86,6 +86,7 @@ TEST(Value, OfAnyKindReplacesAnyOtherWithoutARest)
             expectIsExactly(value, expected, std::string("from ") + before + " to " + after + " set");
         }
     }
+    EXPECT_EQ(shown(listOf<CharString>({"one", "two"})), "string[\"one\", \"two\"]");
 }
 
 TEST(Value, MayBeAssignedFromItselfAndItsOwnList)
