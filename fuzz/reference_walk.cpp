@@ -20,7 +20,7 @@ constexpr const char* incomplete = "Expression is incomplete.";
 
 bool isUndefined(const Value& value)
 {
-    return value.getValueType() == 0;
+    return value.kind() == ValueType::Undefined;
 }
 
 int truncated(double number)
@@ -263,7 +263,7 @@ Value ReferenceWalk::blend(const Value& earlier, const Value& later, double fact
     const Value earlierWeight = 1.0 - factor;
     const Value laterWeight = factor;
 
-    if (earlier.getValueType() == static_cast<int>(ValueType::ListVector)) {
+    if (earlier.kind() == ValueType::ListVector) {
         const auto a = elementsOf(earlier.getListVector()), b = elementsOf(later.getListVector());
         const float g0 = static_cast<float>(1.0 - factor), g1 = static_cast<float>(factor);
         if (a.size() != b.size())
@@ -273,7 +273,7 @@ Value ReferenceWalk::blend(const Value& earlier, const Value& later, double fact
             blended.push_back({b[k].x * g1 + a[k].x * g0, b[k].y * g1 + a[k].y * g0, b[k].z * g1 + a[k].z * g0});
         return listOf(blended);
     }
-    if (earlier.getValueType() == static_cast<int>(ValueType::Transform)) {
+    if (earlier.kind() == ValueType::Transform) {
         const TraceTransform a = earlier.getTransform(), b = later.getTransform();
         const Transform on =
             interpolateTransform({a.matrix, singleOf(a.offset)}, {b.matrix, singleOf(b.offset)}, factor);

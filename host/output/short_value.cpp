@@ -25,7 +25,7 @@ Value beginningOf(PtrArray<T>&& list, int& count)
 
 Value beginningOf(const Value& value, int& count)
 {
-    switch (ValueType(value.getValueType())) {
+    switch (value.kind()) {
     case ValueType::List: return beginningOf(value.getList(), count);
     case ValueType::ListVector: return beginningOf(value.getListVector(), count);
     case ValueType::ListInt: return beginningOf(value.getListInt(), count);

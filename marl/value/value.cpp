@@ -28,29 +28,29 @@ void awaken(Member& member, From&& from) noexcept
 
 } // namespace
 
-Value::Value(const CharString& value) noexcept : kind(ValueType::String)
+Value::Value(const CharString& value) noexcept : tag(ValueType::String)
 {
     awaken(text, value);
     awaken(scenePath, CharString());
 }
 
-Value::Value(const PtrArray<CharString>& value) noexcept : kind(ValueType::ListString)
+Value::Value(const PtrArray<CharString>& value) noexcept : tag(ValueType::ListString)
 {
     awaken(listString, value);
     awaken(scenePath, CharString());
 }
 
-Value::Value(const RuntimeValue& value) noexcept : kind(ValueType::RuntimeValue)
+Value::Value(const RuntimeValue& value) noexcept : tag(ValueType::RuntimeValue)
 {
     object = value.object;
     awaken(runtimeName, value.name);
 }
 
-Value::Value(const PtrArray<Value>& value) noexcept : kind(ValueType::List), list(value) {}
-Value::Value(const PtrArray<Vector>& value) noexcept : kind(ValueType::ListVector), listVector(value) {}
-Value::Value(const PtrArray<int>& value) noexcept : kind(ValueType::ListInt), listInt(value) {}
-Value::Value(const PtrArray<float>& value) noexcept : kind(ValueType::ListFloat), listFloat(value) {}
-Value::Value(const PtrArray<Color>& value) noexcept : kind(ValueType::ListColor), listColor(value) {}
+Value::Value(const PtrArray<Value>& value) noexcept : tag(ValueType::List), list(value) {}
+Value::Value(const PtrArray<Vector>& value) noexcept : tag(ValueType::ListVector), listVector(value) {}
+Value::Value(const PtrArray<int>& value) noexcept : tag(ValueType::ListInt), listInt(value) {}
+Value::Value(const PtrArray<float>& value) noexcept : tag(ValueType::ListFloat), listFloat(value) {}
+Value::Value(const PtrArray<Color>& value) noexcept : tag(ValueType::ListColor), listColor(value) {}
 
 // The other value may live in this one's own list, so it is copied before that is given up.
 Value& Value::operator=(const Value& other) noexcept
@@ -84,9 +84,9 @@ void Value::take(Value&& other) noexcept
 template <typename Other>
 void Value::takeMembers(Other&& other) noexcept
 {
-    kind = other.kind;
+    tag = other.tag;
     // clang-format off
-    switch (kind) {
+    switch (tag) {
     case ValueType::Undefined:    break;
     case ValueType::Double:       number = other.number; break;
     case ValueType::Vector:       awaken(point, apart(other.point)); break;
@@ -114,7 +114,7 @@ void Value::takeMembers(Other&& other) noexcept
 void Value::releaseStorage() noexcept
 {
     // clang-format off
-    switch (kind) {
+    switch (tag) {
     case ValueType::List:         list.freeMem(); break;
     case ValueType::ListVector:   listVector.freeMem(); break;
     case ValueType::ListInt:      listInt.freeMem(); break;
@@ -126,57 +126,57 @@ void Value::releaseStorage() noexcept
     default: break;
     }
     // clang-format on
-    kind = ValueType::Undefined;
+    tag = ValueType::Undefined;
 }
 
 Vector Value::getVector() const noexcept
 {
-    return kind == ValueType::Vector ? narrowed(point) : Vector();
+    return tag == ValueType::Vector ? narrowed(point) : Vector();
 }
 
 PtrArray<Value> Value::getList() const noexcept
 {
-    return kind == ValueType::List ? list : PtrArray<Value>();
+    return tag == ValueType::List ? list : PtrArray<Value>();
 }
 
 PtrArray<Vector> Value::getListVector() const noexcept
 {
-    return kind == ValueType::ListVector ? listVector : PtrArray<Vector>();
+    return tag == ValueType::ListVector ? listVector : PtrArray<Vector>();
 }
 
 PtrArray<int> Value::getListInt() const noexcept
 {
-    return kind == ValueType::ListInt ? listInt : PtrArray<int>();
+    return tag == ValueType::ListInt ? listInt : PtrArray<int>();
 }
 
 PtrArray<float> Value::getListFloat() const noexcept
 {
-    return kind == ValueType::ListFloat ? listFloat : PtrArray<float>();
+    return tag == ValueType::ListFloat ? listFloat : PtrArray<float>();
 }
 
 PtrArray<Color> Value::getListColor() const noexcept
 {
-    return kind == ValueType::ListColor ? listColor : PtrArray<Color>();
+    return tag == ValueType::ListColor ? listColor : PtrArray<Color>();
 }
 
 PtrArray<CharString> Value::getListString() const noexcept
 {
-    return kind == ValueType::ListString ? listString : PtrArray<CharString>();
+    return tag == ValueType::ListString ? listString : PtrArray<CharString>();
 }
 
 CharString Value::getString() const noexcept
 {
-    return kind == ValueType::String ? text : CharString();
+    return tag == ValueType::String ? text : CharString();
 }
 
 CharString Value::getScenePath() const noexcept
 {
-    return kind == ValueType::String || kind == ValueType::ListString ? scenePath : CharString();
+    return tag == ValueType::String || tag == ValueType::ListString ? scenePath : CharString();
 }
 
 RuntimeValue Value::getRuntimeValue() const noexcept
 {
-    return kind == ValueType::RuntimeValue ? RuntimeValue{object, runtimeName} : RuntimeValue();
+    return tag == ValueType::RuntimeValue ? RuntimeValue{object, runtimeName} : RuntimeValue();
 }
 
 // clang-format off
@@ -188,14 +188,14 @@ void Value::setListColor(const PtrArray<Color>& value) noexcept    { *this = Val
 
 void Value::setListString(const PtrArray<CharString>& value) noexcept
 {
-    CharString path = kind == ValueType::ListString ? scenePath : CharString();
+    CharString path = tag == ValueType::ListString ? scenePath : CharString();
     *this = Value(value);
     scenePath = std::move(path);
 }
 
 void Value::setScenePath(const CharString& value) noexcept
 {
-    if (kind == ValueType::String || kind == ValueType::ListString)
+    if (tag == ValueType::String || tag == ValueType::ListString)
         scenePath = value;
 }
 
@@ -208,7 +208,7 @@ void PtrArray<Value>::destroy(ArrayControl* doomed) noexcept
     while (doomed) {
         ArrayControl* array = std::exchange(doomed, doomed->nextDoomed);
         for (Value& element : std::span(elementsOf(array), static_cast<std::size_t>(array->count))) {
-            if (element.kind != ValueType::List) {
+            if (element.tag != ValueType::List) {
                 element.release();
                 continue;
             }

@@ -51,7 +51,7 @@ std::vector<Value> evaluatedThere(const Expressions& expressions, const Times& t
 std::string bare(Value value)
 {
     int lists = 0;
-    for (; value.getValueType() == static_cast<int>(ValueType::List); ++lists) {
+    for (; value.kind() == ValueType::List; ++lists) {
         const ArrayHold items(value.getList());
         value = items->count == 1 ? items[0] : Value();
     }

@@ -53,7 +53,7 @@ std::string shown(const Value& value)
     const CharString path = value.getScenePath();
     const std::string place = path == nullptr ? "" : " in " + text(path);
     // clang-format off
-    switch (ValueType(value.getValueType())) {
+    switch (value.kind()) {
     case ValueType::Undefined:    return "undefined";
     case ValueType::Double:       return text(value.getDouble());
     case ValueType::List:         return elements(value.getList());

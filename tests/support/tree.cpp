@@ -56,7 +56,7 @@ ExpressionAST* Tree::node(const Operand& operand)
         return made;
     };
     // clang-format off
-    switch (ValueType(value.getValueType())) {
+    switch (value.kind()) {
     case ValueType::Undefined:    break;
     case ValueType::Double:       return with(&NumberExpressionAST::number, value.getDouble());
     case ValueType::Vector:       return vec(p.x, p.y, p.z);

@@ -55,6 +55,7 @@ const struct {
 void expectIsExactly(Value value, Value expected, const std::string& story)
 {
     EXPECT_EQ(shown(value), shown(expected)) << story;
+    EXPECT_EQ(value.getValueType(), static_cast<int>(expected.kind())) << story;
     const char letter = letterOf(expected);
     value.setScenePath("c.scene");
     EXPECT_EQ(value.getScenePath() == "c.scene", letter == 's' || letter == 'S') << story;
