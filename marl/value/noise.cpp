@@ -15,7 +15,7 @@ namespace Marl {
 namespace {
 
 struct NoiseParams {
-    float scale = 1;
+    float scale = 1; // lattice planes a unit; noise is defined with it, though nobody sets another one
 };
 
 class PerlinNoise {
@@ -42,8 +42,8 @@ private:
     std::vector<unsigned> permutation;
 };
 
-PerlinNoise perlinNoise;
-NoiseParams noiseParams;
+constinit PerlinNoise perlinNoise;
+constinit NoiseParams noiseParams;
 NoiseTables noiseTables;
 NoiseAtMany* noiseAtMany = nullptr;
 int noiseInited = 0;

@@ -12,6 +12,10 @@
 namespace Marl::Tests {
 namespace {
 
+// Copied before a static library would initialise anything, for it is linked behind the objects that need it.
+const Matrix identityAtStart = ID_mat, zeroAtStart = ZERO_mat;
+const std::uint32_t maskAtStart = _mm_lookupmask_ps[1][0];
+
 const char* textOf(const CharString& string)
 {
     return string;
@@ -117,6 +121,9 @@ TEST(Records, ConstantsHoldWhatTheirNamesSay)
 {
     EXPECT_EQ(ID_mat, Matrix({1, 0, 0}, {0, 1, 0}, {0, 0, 1}));
     EXPECT_EQ(ZERO_mat, Matrix());
+    EXPECT_EQ(identityAtStart, ID_mat);
+    EXPECT_EQ(zeroAtStart, ZERO_mat);
+    EXPECT_EQ(maskAtStart, 0xFFFFFFFFu);
     EXPECT_EQ(Matrix(-7), Matrix({-7, 0, 0}, {0, -7, 0}, {0, 0, -7}));
     for (unsigned i = 0; i < 16; ++i)
         for (unsigned lane = 0; lane < 4; ++lane)
