@@ -42,8 +42,8 @@ private:
     std::vector<unsigned> permutation;
 };
 
-constinit PerlinNoise perlinNoise;
-constinit NoiseParams noiseParams;
+PerlinNoise perlinNoise;
+NoiseParams noiseParams;
 NoiseTables noiseTables;
 NoiseAtMany* noiseAtMany = nullptr;
 int noiseInited = 0;
