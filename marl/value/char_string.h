@@ -8,7 +8,7 @@
 
 namespace Marl {
 
-// The shared text of one or more strings. Whoever drops refCount to zero deletes it.
+// Shared by strings; whoever drops refCount to zero deletes it.
 class MARL_API CharStringBuf {
 public:
     CharStringBuf() = default;

@@ -10,18 +10,18 @@ namespace Marl {
 
 namespace {
 
-// The records component by component: results are stored that way, and a copy in wide moves
-// would wait until the narrow stores have reached the cache.
+// Results are stored component by component, and a copy in wide moves would wait until the narrow stores
+// have reached the cache.
 // clang-format off
-TracePoint apart(const TracePoint& p)         { return {p.x, p.y, p.z}; }
-Vector apart(const Vector& v)                 { return {v.x, v.y, v.z}; }
-Color apart(const Color& c)                   { return {c.r, c.g, c.b}; }
-Matrix apart(const Matrix& m)                 { return {apart(m.columns[0]), apart(m.columns[1]), apart(m.columns[2])}; }
-TraceTransform apart(const TraceTransform& t) { return {apart(t.matrix), apart(t.offset)}; }
+TracePoint componentwise(const TracePoint& p)         { return {p.x, p.y, p.z}; }
+Vector componentwise(const Vector& v)                 { return {v.x, v.y, v.z}; }
+Color componentwise(const Color& c)                   { return {c.r, c.g, c.b}; }
+Matrix componentwise(const Matrix& m)                 { return {componentwise(m.columns[0]), componentwise(m.columns[1]), componentwise(m.columns[2])}; }
+TraceTransform componentwise(const TraceTransform& t) { return {componentwise(t.matrix), componentwise(t.offset)}; }
 // clang-format on
 
 template <typename Member, typename From>
-void awaken(Member& member, From&& from) noexcept
+void construct(Member& member, From&& from) noexcept
 {
     std::construct_at(&member, std::forward<From>(from));
 }
@@ -30,20 +30,20 @@ void awaken(Member& member, From&& from) noexcept
 
 Value::Value(const CharString& value) noexcept : tag(ValueType::String)
 {
-    awaken(text, value);
-    awaken(scenePath, CharString());
+    construct(text, value);
+    construct(scenePath, CharString());
 }
 
 Value::Value(const PtrArray<CharString>& value) noexcept : tag(ValueType::ListString)
 {
-    awaken(listString, value);
-    awaken(scenePath, CharString());
+    construct(listString, value);
+    construct(scenePath, CharString());
 }
 
 Value::Value(const RuntimeValue& value) noexcept : tag(ValueType::RuntimeValue)
 {
     object = value.object;
-    awaken(runtimeName, value.name);
+    construct(runtimeName, value.name);
 }
 
 Value::Value(const PtrArray<Value>& value) noexcept : tag(ValueType::List), list(value) {}
@@ -89,24 +89,24 @@ void Value::takeMembers(Other&& other) noexcept
     switch (tag) {
     case ValueType::Undefined:    break;
     case ValueType::Double:       number = other.number; break;
-    case ValueType::Vector:       awaken(point, apart(other.point)); break;
-    case ValueType::Matrix:       awaken(matrix, apart(other.matrix)); break;
-    case ValueType::Color:        awaken(color, apart(other.color)); break;
-    case ValueType::AColor:       awaken(acolor, other.acolor); break;
-    case ValueType::Transform:    awaken(transform, apart(other.transform)); break;
-    case ValueType::List:         awaken(list, std::forward<Other>(other).list); break;
-    case ValueType::ListVector:   awaken(listVector, std::forward<Other>(other).listVector); break;
-    case ValueType::ListInt:      awaken(listInt, std::forward<Other>(other).listInt); break;
-    case ValueType::ListColor:    awaken(listColor, std::forward<Other>(other).listColor); break;
-    case ValueType::ListFloat:    awaken(listFloat, std::forward<Other>(other).listFloat); break;
-    case ValueType::String:       awaken(text, std::forward<Other>(other).text);
-                                  awaken(scenePath, std::forward<Other>(other).scenePath); break;
-    case ValueType::ListString:   awaken(listString, std::forward<Other>(other).listString);
-                                  awaken(scenePath, std::forward<Other>(other).scenePath); break;
+    case ValueType::Vector:       construct(point, componentwise(other.point)); break;
+    case ValueType::Matrix:       construct(matrix, componentwise(other.matrix)); break;
+    case ValueType::Color:        construct(color, componentwise(other.color)); break;
+    case ValueType::AColor:       construct(acolor, other.acolor); break;
+    case ValueType::Transform:    construct(transform, componentwise(other.transform)); break;
+    case ValueType::List:         construct(list, std::forward<Other>(other).list); break;
+    case ValueType::ListVector:   construct(listVector, std::forward<Other>(other).listVector); break;
+    case ValueType::ListInt:      construct(listInt, std::forward<Other>(other).listInt); break;
+    case ValueType::ListColor:    construct(listColor, std::forward<Other>(other).listColor); break;
+    case ValueType::ListFloat:    construct(listFloat, std::forward<Other>(other).listFloat); break;
+    case ValueType::String:       construct(text, std::forward<Other>(other).text);
+                                  construct(scenePath, std::forward<Other>(other).scenePath); break;
+    case ValueType::ListString:   construct(listString, std::forward<Other>(other).listString);
+                                  construct(scenePath, std::forward<Other>(other).scenePath); break;
     case ValueType::Object:       object = other.object; break;
-    case ValueType::ObjectID:     awaken(objectID, other.objectID); break;
+    case ValueType::ObjectID:     construct(objectID, other.objectID); break;
     case ValueType::RuntimeValue: object = other.object;
-                                  awaken(runtimeName, std::forward<Other>(other).runtimeName); break;
+                                  construct(runtimeName, std::forward<Other>(other).runtimeName); break;
     }
     // clang-format on
 }
