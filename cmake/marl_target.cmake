@@ -13,6 +13,8 @@ function(marl_target target)
         # rounding. And the straight-line vectoriser of g++ 12 drops the rounding of
         # neighbouring values that go from double to float and back.
         -ffp-contract=off
+        # A function that others could replace in a shared library would never be inlined there.
+        $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>
         # A square root is one instruction where nobody asks for errno.
         -fno-math-errno
         $<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize>

@@ -67,13 +67,12 @@ void expectKind(const Column& column)
 {
     bool isOfOneKind = column.size() > 0;
     for (std::size_t i = 0; i < column.size() && isOfOneKind; ++i)
-        isOfOneKind = !column.failed(i) && column.valueAt(i).getValueType() == column.valueAt(0).getValueType();
+        isOfOneKind = !column.failed(i) && column.valueAt(i).kind() == column.valueAt(0).kind();
     // Undefined may be a value, or that there is none.
-    if (!isOfOneKind || column.valueAt(0).getValueType() != 0)
+    if (!isOfOneKind || column.valueAt(0).kind() != ValueType::Undefined)
         expect(column.kind().has_value() == isOfOneKind, "a column has a kind where all values have it");
     if (column.kind())
-        expect(static_cast<int>(*column.kind()) == column.valueAt(0).getValueType(),
-               "the kind is that of the values");
+        expect(*column.kind() == column.valueAt(0).kind(), "the kind is that of the values");
     expectTyped(column, column.numbers(), ValueType::Double);
     expectTyped(column, column.vectors(), ValueType::Vector);
     expectTyped(column, column.colors(), ValueType::Color);

@@ -138,15 +138,15 @@ Value joined(std::vector<T> left, const std::vector<T>& right)
 
 // The kinds of two operands, as a row of a table asks for them.
 struct Pair {
-    int left, right;
-    bool is(ValueType l, ValueType r) const { return left == static_cast<int>(l) && right == static_cast<int>(r); }
+    ValueType left, right;
+    bool is(ValueType l, ValueType r) const { return left == l && right == r; }
 };
 
 // clang-format off
 Value sum(const Value& l, const Value& r)
 {
     using enum ValueType;
-    const Pair kinds{l.getValueType(), r.getValueType()};
+    const Pair kinds{l.kind(), r.kind()};
     const auto plus = [](float a, float b) { return a + b; };
     if (kinds.is(Double, Double))         return l.getDouble() + r.getDouble();
     if (kinds.is(Matrix, Matrix))         return eachOf(l.getMatrix(), r.getMatrix(), plus);
@@ -161,7 +161,7 @@ Value sum(const Value& l, const Value& r)
         return Marl::AColor{a.r + b.r, a.g + b.g, a.b + b.b, a.alpha + b.alpha};
     }
     if (kinds.is(List, List))             return joined(elementsOf(l.getList()), elementsOf(r.getList()));
-    if (kinds.left == static_cast<int>(List)) return joined(elementsOf(l.getList()), {r});
+    if (kinds.left == List)               return joined(elementsOf(l.getList()), {r});
     if (kinds.is(ListFloat, ListFloat))   return joined(elementsOf(l.getListFloat()), elementsOf(r.getListFloat()));
     if (kinds.is(ListInt, ListInt))       return joined(elementsOf(l.getListInt()), elementsOf(r.getListInt()));
     if (kinds.is(ListVector, ListVector)) return joined(elementsOf(l.getListVector()), elementsOf(r.getListVector()));
@@ -172,7 +172,7 @@ Value sum(const Value& l, const Value& r)
 Value difference(const Value& l, const Value& r)
 {
     using enum ValueType;
-    const Pair kinds{l.getValueType(), r.getValueType()};
+    const Pair kinds{l.kind(), r.kind()};
     const auto minus = [](float a, float b) { return a - b; };
     if (kinds.is(Double, Double))       return l.getDouble() - r.getDouble();
     if (kinds.is(Matrix, Matrix))       return eachOf(l.getMatrix(), r.getMatrix(), minus);
@@ -184,7 +184,7 @@ Value difference(const Value& l, const Value& r)
 Value product(const Value& l, const Value& r)
 {
     using enum ValueType;
-    const Pair kinds{l.getValueType(), r.getValueType()};
+    const Pair kinds{l.kind(), r.kind()};
     if (kinds.is(Double, Double))    return l.getDouble() * r.getDouble();
     if (kinds.is(Double, Vector))    return scaled(r.getVector(), single(l.getDouble()));
     if (kinds.is(Vector, Double))    return scaled(l.getVector(), single(r.getDouble()));
@@ -220,7 +220,7 @@ Value product(const Value& l, const Value& r)
 Value quotient(const Value& l, const Value& r)
 {
     using enum ValueType;
-    const Pair kinds{l.getValueType(), r.getValueType()};
+    const Pair kinds{l.kind(), r.kind()};
     const double divisor = r.getDouble();
     if (kinds.is(Double, Double)) return l.getDouble() / divisor;
     if (kinds.is(Matrix, Double)) return scaled(l.getMatrix(), 1.0f / single(divisor));
@@ -263,7 +263,7 @@ Value negative(const Value& value)
         return matrix(entries);
     };
     using enum ValueType;
-    switch (ValueType(value.getValueType())) {
+    switch (value.kind()) {
     case Double: return -value.getDouble();
     case Vector: {
         const auto v = value.getVector();

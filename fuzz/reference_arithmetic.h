@@ -4,6 +4,7 @@
 #include <marl/marl.h>
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace Marl::Fuzz {
@@ -17,22 +18,18 @@ TracePoint doubleOf(const Vector& v);
 
 // An array of the library as a plain copy, and the other way round.
 template <typename T>
-std::vector<T> elementsOf(PtrArray<T> array)
+std::vector<T> elementsOf(PtrArray<T>&& given)
 {
-    std::vector<T> elements(array.data, array.data + array.count);
-    array.freeMem();
-    return elements;
+    const ArrayHold array(std::move(given));
+    return {array.begin(), array.end()};
 }
 
 template <typename T>
 Value listOf(const std::vector<T>& elements)
 {
-    PtrArray<T> array;
-    array.allocArray(static_cast<int>(elements.size()));
-    std::copy(elements.begin(), elements.end(), array.data);
-    const Value list(array);
-    array.freeMem();
-    return list;
+    const ArrayHold<T> array(static_cast<int>(elements.size()));
+    std::copy(elements.begin(), elements.end(), array->data);
+    return *array;
 }
 
 } // namespace Marl::Fuzz

@@ -20,25 +20,13 @@ constexpr const char* incomplete = "Expression is incomplete.";
 
 bool isUndefined(const Value& value)
 {
-    return value.getValueType() == 0;
+    return value.kind() == ValueType::Undefined;
 }
 
 int truncated(double number)
 {
     constexpr double end = 2147483648.0;
     return number > -end - 1 && number < end ? static_cast<int>(number) : std::numeric_limits<int>::min();
-}
-
-template <typename T>
-Value valueOf(const PtrArray<T>& list)
-{
-    if constexpr (std::is_same_v<T, CharString>) {
-        Value value;
-        value.setListString(list);
-        return value;
-    } else {
-        return list;
-    }
 }
 
 } // namespace
@@ -239,9 +227,8 @@ void ReferenceWalk::visitListExpression(ListExpressionAST* node)
 template <typename T>
 void ReferenceWalk::pushList(ListTypeExpressionAST<T>* node)
 {
-    PtrArray<T> list = node->loaded ? node->values : node->readFromSource();
-    Value value = valueOf(list);
-    list.freeMem();
+    const ArrayHold<T> list(node->loaded ? PtrArray<T>(node->values) : node->readFromSource());
+    Value value = *list;
     value.setScenePath(node->scenePath.clone());
     stack.push_back(value);
 }
@@ -300,7 +287,7 @@ Value ReferenceWalk::blend(const Value& earlier, const Value& later, double fact
     const Value earlierWeight = 1.0 - factor;
     const Value laterWeight = factor;
 
-    if (earlier.getValueType() == static_cast<int>(ValueType::ListVector)) {
+    if (earlier.kind() == ValueType::ListVector) {
         const auto a = elementsOf(earlier.getListVector()), b = elementsOf(later.getListVector());
         const float g0 = static_cast<float>(1.0 - factor), g1 = static_cast<float>(factor);
         if (a.size() != b.size())
@@ -310,7 +297,7 @@ Value ReferenceWalk::blend(const Value& earlier, const Value& later, double fact
             blended.push_back({b[k].x * g1 + a[k].x * g0, b[k].y * g1 + a[k].y * g0, b[k].z * g1 + a[k].z * g0});
         return listOf(blended);
     }
-    if (earlier.getValueType() == static_cast<int>(ValueType::Transform)) {
+    if (earlier.kind() == ValueType::Transform) {
         const TraceTransform a = earlier.getTransform(), b = later.getTransform();
         const Transform on =
             interpolateTransform({a.matrix, singleOf(a.offset)}, {b.matrix, singleOf(b.offset)}, factor);

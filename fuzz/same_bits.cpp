@@ -48,9 +48,9 @@ bool sameBits(double left, double right)
 // clang-format off
 bool sameBits(const Value& l, const Value& r)
 {
-    if (l.getValueType() != r.getValueType())
+    if (l.kind() != r.kind())
         return false;
-    switch (ValueType(l.getValueType())) {
+    switch (l.kind()) {
     case ValueType::Undefined:    return true;
     case ValueType::Double:       return same(l.getDouble(), r.getDouble());
     case ValueType::List:         return same(l.getList(), r.getList());

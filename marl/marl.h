@@ -12,6 +12,7 @@
 #include <marl/compiled/column.h>
 #include <marl/compiled/compiled_expressions.h>
 #include <marl/value/arithmetic_scope.h>
+#include <marl/value/array_hold.h>
 #include <marl/value/exceptions.h>
 #include <marl/value/interpolate_transform.h>
 #include <marl/value/value.h>

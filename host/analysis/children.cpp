@@ -31,6 +31,7 @@ public:
     void visitListStringExpressionAST(ListTypeExpressionAST<CharString>*) override {}
     void visitRuntimeValueAST(RuntimeValueAST*) override                   {}
     void visitObjectIDExpression(ObjectIDExpressionAST*) override          {}
+    void visitFunctionExpression(FunctionExpressionAST* node) override     { addAll(node->arguments); }
     // clang-format on
 
 private:

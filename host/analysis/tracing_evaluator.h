@@ -51,6 +51,7 @@ public:
     void visitListStringExpressionAST(ListTypeExpressionAST<CharString>* n) override { enter(n); CalculationVisitor::visitListStringExpressionAST(n); leave(); }
     void visitRuntimeValueAST(RuntimeValueAST* n) override                     { enter(n); CalculationVisitor::visitRuntimeValueAST(n); leave(); }
     void visitObjectIDExpression(ObjectIDExpressionAST* n) override            { enter(n); CalculationVisitor::visitObjectIDExpression(n); leave(); }
+    void visitFunctionExpression(FunctionExpressionAST* n) override            { enter(n); CalculationVisitor::visitFunctionExpression(n); leave(); }
     // clang-format on
 
 private:

@@ -74,7 +74,7 @@ std::span<const Component> componentsOf(int kind)
 
 void appendNumbers(const Value& value, std::vector<double>& numbers)
 {
-    switch (ValueType(value.getValueType())) {
+    switch (value.kind()) {
     case ValueType::Double: append(value.getDouble(), numbers); break;
     case ValueType::Vector: append(value.getTracePoint(), numbers); break;
     case ValueType::Color: append(value.getColor(), numbers); break;

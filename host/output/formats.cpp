@@ -56,8 +56,7 @@ std::string shownInTable(const std::string& cell)
 
 std::string cellText(const Value& value)
 {
-    return ValueType(value.getValueType()) == ValueType::String ? std::string(textOf(value.getString()))
-                                                                : valueText(value);
+    return value.kind() == ValueType::String ? std::string(textOf(value.getString())) : valueText(value);
 }
 
 void writeTable(Output& output, const Times& times, std::span<const Track> tracks)

@@ -48,7 +48,7 @@ std::string jsonOfAny(const Value& value, int depth)
     const auto integer = [](int n) { return std::to_string(n); };
     const auto text = [](const CharString& t) { return jsonText(textOf(t)); };
 
-    switch (ValueType(value.getValueType())) {
+    switch (value.kind()) {
     case ValueType::Undefined: return "null";
     case ValueType::List: return fmt::format("[{}]", joinedNested(value, depth, jsonOfAny));
     case ValueType::ListVector: return fmt::format("[{}]", joined(value.getListVector(), ", ", jsonVector));

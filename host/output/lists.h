@@ -14,17 +14,12 @@ namespace Marl::Host {
 template <typename T, typename Text>
 std::string joined(PtrArray<T>&& list, std::string_view separator, Text text)
 {
-    struct Hold {
-        explicit Hold(PtrArray<T>&& given) : list(std::move(given)) {}
-        ~Hold() { list.freeMem(); }
-        PtrArray<T> list;
-    };
-    const Hold hold(std::move(list));
+    const ArrayHold items(std::move(list));
     std::string all;
-    for (int i = 0; i < hold.list.count; ++i) {
+    for (int i = 0; i < items->count; ++i) {
         if (i > 0)
             all += separator;
-        all += text(hold.list.data[i]);
+        all += text(items[i]);
     }
     return all;
 }

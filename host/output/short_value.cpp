@@ -17,20 +17,15 @@ constexpr int mostItems = 20;
 template <typename T>
 Value beginningOf(PtrArray<T>&& list, int& count)
 {
-    count = list.count;
-    list.count = std::min(list.count, mostItems);
-    Value beginning;
-    if constexpr (std::is_same_v<T, CharString>)
-        beginning.setListString(list);
-    else
-        beginning = Value(list);
-    list.freeMem();
-    return beginning;
+    ArrayHold items(std::move(list));
+    count = items->count;
+    items->count = std::min(count, mostItems);
+    return *items;
 }
 
 Value beginningOf(const Value& value, int& count)
 {
-    switch (ValueType(value.getValueType())) {
+    switch (value.kind()) {
     case ValueType::List: return beginningOf(value.getList(), count);
     case ValueType::ListVector: return beginningOf(value.getListVector(), count);
     case ValueType::ListInt: return beginningOf(value.getListInt(), count);

@@ -63,7 +63,7 @@ std::string textOfAny(const Value& value, int depth)
     const auto number = [](float n) { return numberText(n); };
     const auto integer = [](int n) { return std::to_string(n); };
 
-    switch (ValueType(value.getValueType())) {
+    switch (value.kind()) {
     case ValueType::Undefined: return "undefined";
     case ValueType::List: return fmt::format("[{}]", joinedNested(value, depth, textOfAny));
     case ValueType::ListVector: return fmt::format("vec[{}]", joined(value.getListVector(), ", ", vector));

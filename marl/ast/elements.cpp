@@ -1,7 +1,7 @@
 // The elements of nodes: what an index selects in the tree.
 #include <marl/ast/program.h>
 
-#include <marl/value/detail/array_hold.h>
+#include <marl/value/array_hold.h>
 #include <marl/value/detail/failures.h>
 #include <marl/value/detail/precision.h>
 #include <marl/value/value.h>

@@ -23,8 +23,8 @@ public:
     ExpressionAST* getElement(int index) override;
 
     // The list as its text in the source says, read under the owner's mutex on every call and
-    // not kept; the caller calls freeMem(). Throws InvalidOpException with what was expected
-    // and where. readListText() describes the text.
+    // not kept; an ArrayHold gives the array up. Throws InvalidOpException with what was
+    // expected and where. readListText() describes the text.
     PtrArray<T> readFromSource();
 
     // Where the text between the brackets stands; without owner there is none.

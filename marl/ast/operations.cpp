@@ -1,6 +1,6 @@
 #include <marl/ast/detail/operations.h>
 
-#include <marl/value/detail/array_hold.h>
+#include <marl/value/array_hold.h>
 #include <marl/value/detail/blend.h>
 #include <marl/value/detail/failures.h>
 #include <marl/value/detail/operators.h>
@@ -21,7 +21,7 @@ template <typename Use>
 void withRecord(const Value& value, Use use)
 {
     // clang-format off
-    switch (ValueType(value.getValueType())) {
+    switch (value.kind()) {
     case ValueType::Double:    use(value.getDouble()); break;
     case ValueType::Vector:    use(value.getTracePoint()); break;
     case ValueType::Matrix:    use(value.getMatrix()); break;
@@ -92,9 +92,9 @@ Value appended(PtrArray<Value>&& list, const Value& element)
 // Lists of one kind are joined; a list takes anything else as one more element.
 void join(Value& left, const Value& right)
 {
-    const bool isOneKind = left.getValueType() == right.getValueType();
+    const bool isOneKind = left.kind() == right.kind();
     // clang-format off
-    switch (ValueType(left.getValueType())) {
+    switch (left.kind()) {
     case ValueType::List:       if (!isOneKind) return put(left, appended(left.getList(), right));
                                 return put(left, concatenated(left.getList(), right.getList()));
     case ValueType::ListVector: if (!isOneKind) break;
@@ -157,9 +157,9 @@ void changeSign(Value& value)
 
 Value blended(const Value& earlier, const Value& later, double factor)
 {
-    if (earlier.getValueType() == static_cast<int>(ValueType::ListVector))
+    if (earlier.kind() == ValueType::ListVector)
         return blendedLists(earlier, later, factor);
-    if (earlier.getValueType() == static_cast<int>(ValueType::Transform))
+    if (earlier.kind() == ValueType::Transform)
         return blend(earlier.getTransform(), later.getTransform(), factor);
 
     Value between(earlier);

@@ -158,7 +158,7 @@ void BatchEvaluator::Machine::fillConstant(Column::Data& column, const Plain& va
         [&]<typename Record>(const Record& record) {
             column.room(column.count * sizeof(Record));
             std::uninitialized_fill_n(column.records<Record>(), column.count, record);
-            column.kind = ValueType(Value(record).getValueType());
+            column.kind = Value(record).kind();
         },
         value);
 }
@@ -241,7 +241,7 @@ void BatchEvaluator::Machine::finishColumns()
         Column::Data& column = *each.data;
         if (column.results.empty())
             continue;
-        const auto kindOf = [](const Result& result) { return ValueType(result.getValue().getValueType()); };
+        const auto kindOf = [](const Result& result) { return result.getValue().kind(); };
         const ValueType kind = kindOf(column.results[0]);
         const bool isUniform = std::ranges::all_of(column.results, [&](const Result& result) {
             return !result.isFailure() && result.getKind() != Result::Kind::Nothing && kindOf(result) == kind;

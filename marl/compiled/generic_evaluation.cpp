@@ -5,7 +5,7 @@
 #include <marl/ast/detail/operations.h>
 #include <marl/ast/function_expression.h>
 #include <marl/compiled/detail/node_class.h>
-#include <marl/value/detail/array_hold.h>
+#include <marl/value/array_hold.h>
 #include <marl/value/detail/operators.h>
 #include <marl/value/detail/truncation.h>
 #include <marl/visitor/calculation_visitor.h>

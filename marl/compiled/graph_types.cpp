@@ -34,7 +34,7 @@ std::optional<Typed> typedKind(ValueType kind)
 
 std::optional<Plain> plainOf(const Value& value)
 {
-    switch (ValueType(value.getValueType())) {
+    switch (value.kind()) {
     case ValueType::Double: return value.getDouble();
     case ValueType::Vector: return value.getTracePoint();
     case ValueType::Matrix: return value.getMatrix();

@@ -1,37 +1,37 @@
 #include <marl/value/char_string.h>
 
+#include <marl/value/detail/failures.h>
 #include <marl/value/reference_count.h>
 
 #include <algorithm>
 #include <climits>
 #include <cstring>
 #include <memory>
-#include <stdexcept>
 #include <utility>
 
 namespace Marl {
 
 namespace {
 
-int checkedLength(const char* text)
+// The NUL behind the text is counted in an int too.
+int sizeFor(std::size_t length)
 {
-    const std::size_t length = std::strlen(text);
     if (length >= static_cast<std::size_t>(INT_MAX))
-        throw std::length_error("Text of a CharString is longer than an int can say.");
-    return static_cast<int>(length);
+        fail("Text is longer than 2147483646 bytes.");
+    return static_cast<int>(length) + 1;
 }
 
-std::unique_ptr<CharStringBuf> newBuffer(int size)
+std::unique_ptr<CharStringBuf> newBuffer(std::size_t length)
 {
     auto buffer = std::make_unique<CharStringBuf>();
-    buffer->resize(size);
+    buffer->resize(sizeFor(length));
     return buffer;
 }
 
 // The text may overlap the buffer, which is large enough.
-void write(CharStringBuf& buffer, const char* text, int length)
+void write(CharStringBuf& buffer, const char* text, std::size_t length)
 {
-    std::memmove(buffer.data, text, static_cast<std::size_t>(length));
+    std::memmove(buffer.data, text, length);
     buffer.data[length] = '\0';
 }
 
@@ -65,8 +65,8 @@ CharString::CharString(const char* text)
 {
     if (!text)
         return;
-    const int length = checkedLength(text);
-    auto fresh = newBuffer(length + 1);
+    const std::size_t length = std::strlen(text);
+    auto fresh = newBuffer(length);
     write(*fresh, text, length);
     buffer = fresh.release();
 }
@@ -89,8 +89,8 @@ CharString& CharString::operator=(const char* text)
     const bool ownsAlone = buffer && !isShared(buffer->refCount);
     if (!text || !ownsAlone)
         return *this = CharString(text);
-    const int length = checkedLength(text);
-    buffer->resize(length + 1); // text of its own always fits, so this never moves it
+    const std::size_t length = std::strlen(text);
+    buffer->resize(sizeFor(length)); // text of its own always fits, so this never moves it
     write(*buffer, text, length);
     return *this;
 }
@@ -118,11 +118,10 @@ CharString CharString::resized(int length, char*& bytes) const
     bytes = nullptr;
     if (length < 1)
         return result;
-    if (length == INT_MAX)
-        throw std::length_error("Text of a CharString is longer than an int can say.");
-    auto fresh = newBuffer(length + 1);
+    const auto size = static_cast<std::size_t>(length);
+    auto fresh = newBuffer(size);
     if (const char* text = *this)
-        std::memcpy(fresh->data, text, std::min(std::strlen(text), static_cast<std::size_t>(length)));
+        std::memcpy(fresh->data, text, std::min(std::strlen(text), size));
     bytes = fresh->data;
     result.buffer = fresh.release();
     return result;

@@ -8,7 +8,7 @@
 
 namespace Marl {
 
-// The shared text of one or more strings. Whoever drops refCount to zero deletes it.
+// Shared by strings; whoever drops refCount to zero deletes it.
 class MARL_API CharStringBuf {
 public:
     CharStringBuf() = default;
@@ -33,7 +33,7 @@ public:
     CharString() noexcept = default;
 
     // A copy of the NUL-terminated text; null gives a string without buffer.
-    // Throws std::length_error where the text does not fit an int, std::bad_alloc.
+    // Throws InvalidOpException where the text and its NUL do not fit an int, std::bad_alloc.
     CharString(const char* text);
     CharString(const CharString& other) noexcept;
     CharString(CharString&& other) noexcept;
@@ -51,7 +51,8 @@ public:
     [[nodiscard]] CharString clone() const;
 
     // The same text cut or zero-filled to `length` bytes, in a buffer of its own that may be
-    // written through `bytes` until the string is shared. Below 1 there is no buffer.
+    // written through `bytes` until the string is shared. Below 1 there is no buffer. Throws
+    // InvalidOpException where `length` is INT_MAX, std::bad_alloc.
     [[nodiscard]] CharString resized(int length, char*& bytes) const;
 
 private:

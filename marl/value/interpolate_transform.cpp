@@ -97,8 +97,7 @@ Columns orthogonalFactor(Columns q)
     return q;
 }
 
-// From a rotation matrix, by its largest component (Stanley Shepperd, "Quaternion from
-// Rotation Matrix", 1978).
+// By its largest component (Stanley Shepperd, "Quaternion from Rotation Matrix", 1978).
 Quaternion quaternionOf(const Columns& m)
 {
     const TracePoint &a = m.column[0], &b = m.column[1], &c = m.column[2];

@@ -15,7 +15,7 @@ namespace Marl {
 namespace {
 
 struct NoiseParams {
-    float scale = 1;
+    float scale = 1; // lattice planes a unit; noise is defined with it, though nobody sets another one
 };
 
 class PerlinNoise {

@@ -1,6 +1,7 @@
 // Array storage shared by reference count.
 //
-// There is no destructor that releases: whoever holds an array calls freeMem().
+// There is no destructor that releases: whoever holds an array calls freeMem(), or
+// leaves that to an ArrayHold.
 // The elements stand in one block behind the count, so an array costs one allocation.
 #pragma once
 
@@ -16,14 +17,14 @@
 
 namespace Marl {
 
-// What the sharers of one array share; the elements follow it in memory.
+// Stands in memory before the elements.
 struct alignas(std::max_align_t) ArrayControl {
     int refCount;
     int count;
     ArrayControl* nextDoomed; // links arrays that wait to be freed, see PtrArray<Value>
 };
 
-// Of one array object, one thread at a time; several threads may share its storage.
+// One object is used by one thread at a time; several threads may share its storage.
 template <typename T>
 class MARL_API PtrArray {
 public:

@@ -13,11 +13,11 @@ Matrix::Matrix(int k)
     columns[0].x = columns[1].y = columns[2].z = static_cast<float>(k);
 }
 
-const Matrix ID_mat(1);
-const Matrix ZERO_mat(0);
+constinit const Matrix ID_mat({1, 0, 0}, {0, 1, 0}, {0, 0, 1});
+constinit const Matrix ZERO_mat;
 
 // clang-format off
-alignas(16) const std::uint32_t _mm_lookupmask_ps[16][4] = {
+alignas(16) constinit const std::uint32_t _mm_lookupmask_ps[16][4] = {
     {off, off, off, off}, {all, off, off, off}, {off, all, off, off}, {all, all, off, off},
     {off, off, all, off}, {all, off, all, off}, {off, all, all, off}, {all, all, all, off},
     {off, off, off, all}, {all, off, off, all}, {off, all, off, all}, {all, all, off, all},

@@ -36,7 +36,8 @@ struct MARL_API AColor {
 // A 3x3 matrix as its three columns; M applied to p is p.x * columns[0] + p.y * columns[1] + p.z * columns[2].
 struct MARL_API Matrix {
     Matrix() = default;
-    Matrix(const Vector& first, const Vector& second, const Vector& third) : columns{first, second, third} {}
+    constexpr Matrix(const Vector& first, const Vector& second, const Vector& third) : columns{first, second, third}
+    {}
 
     // k on the diagonal and 0 elsewhere.
     explicit Matrix(int k);
@@ -73,6 +74,8 @@ struct MARL_API ObjectID {
     bool operator==(const ObjectID&) const = default;
 };
 
+// The three below are for hosts; the library itself needs none of them. A host's static initialisers may
+// read them.
 MARL_API extern const Matrix ID_mat;   // Matrix(1)
 MARL_API extern const Matrix ZERO_mat; // Matrix(0)
 

@@ -10,41 +10,47 @@ namespace Marl {
 
 namespace {
 
-// The records component by component: results are stored that way, and a copy in wide moves
-// would wait until the narrow stores have reached the cache.
+// Results are stored component by component, and a copy in wide moves would wait until the narrow stores
+// have reached the cache.
 // clang-format off
-TracePoint apart(const TracePoint& p)         { return {p.x, p.y, p.z}; }
-Vector apart(const Vector& v)                 { return {v.x, v.y, v.z}; }
-Color apart(const Color& c)                   { return {c.r, c.g, c.b}; }
-Matrix apart(const Matrix& m)                 { return {apart(m.columns[0]), apart(m.columns[1]), apart(m.columns[2])}; }
-TraceTransform apart(const TraceTransform& t) { return {apart(t.matrix), apart(t.offset)}; }
+TracePoint componentwise(const TracePoint& p)         { return {p.x, p.y, p.z}; }
+Vector componentwise(const Vector& v)                 { return {v.x, v.y, v.z}; }
+Color componentwise(const Color& c)                   { return {c.r, c.g, c.b}; }
+Matrix componentwise(const Matrix& m)                 { return {componentwise(m.columns[0]), componentwise(m.columns[1]), componentwise(m.columns[2])}; }
+TraceTransform componentwise(const TraceTransform& t) { return {componentwise(t.matrix), componentwise(t.offset)}; }
 // clang-format on
 
 template <typename Member, typename From>
-void awaken(Member& member, From&& from) noexcept
+void construct(Member& member, From&& from) noexcept
 {
     std::construct_at(&member, std::forward<From>(from));
 }
 
 } // namespace
 
-Value::Value(const CharString& value) noexcept : kind(ValueType::String)
+Value::Value(const CharString& value) noexcept : tag(ValueType::String)
 {
-    awaken(text, value);
-    awaken(scenePath, CharString());
+    construct(text, value);
+    construct(scenePath, CharString());
 }
 
-Value::Value(const RuntimeValue& value) noexcept : kind(ValueType::RuntimeValue)
+Value::Value(const PtrArray<CharString>& value) noexcept : tag(ValueType::ListString)
+{
+    construct(listString, value);
+    construct(scenePath, CharString());
+}
+
+Value::Value(const RuntimeValue& value) noexcept : tag(ValueType::RuntimeValue)
 {
     object = value.object;
-    awaken(runtimeName, value.name);
+    construct(runtimeName, value.name);
 }
 
-Value::Value(const PtrArray<Value>& value) noexcept : kind(ValueType::List), list(value) {}
-Value::Value(const PtrArray<Vector>& value) noexcept : kind(ValueType::ListVector), listVector(value) {}
-Value::Value(const PtrArray<int>& value) noexcept : kind(ValueType::ListInt), listInt(value) {}
-Value::Value(const PtrArray<float>& value) noexcept : kind(ValueType::ListFloat), listFloat(value) {}
-Value::Value(const PtrArray<Color>& value) noexcept : kind(ValueType::ListColor), listColor(value) {}
+Value::Value(const PtrArray<Value>& value) noexcept : tag(ValueType::List), list(value) {}
+Value::Value(const PtrArray<Vector>& value) noexcept : tag(ValueType::ListVector), listVector(value) {}
+Value::Value(const PtrArray<int>& value) noexcept : tag(ValueType::ListInt), listInt(value) {}
+Value::Value(const PtrArray<float>& value) noexcept : tag(ValueType::ListFloat), listFloat(value) {}
+Value::Value(const PtrArray<Color>& value) noexcept : tag(ValueType::ListColor), listColor(value) {}
 
 // The other value may live in this one's own list, so it is copied before that is given up.
 Value& Value::operator=(const Value& other) noexcept
@@ -78,29 +84,29 @@ void Value::take(Value&& other) noexcept
 template <typename Other>
 void Value::takeMembers(Other&& other) noexcept
 {
-    kind = other.kind;
+    tag = other.tag;
     // clang-format off
-    switch (kind) {
+    switch (tag) {
     case ValueType::Undefined:    break;
     case ValueType::Double:       number = other.number; break;
-    case ValueType::Vector:       awaken(point, apart(other.point)); break;
-    case ValueType::Matrix:       awaken(matrix, apart(other.matrix)); break;
-    case ValueType::Color:        awaken(color, apart(other.color)); break;
-    case ValueType::AColor:       awaken(acolor, other.acolor); break;
-    case ValueType::Transform:    awaken(transform, apart(other.transform)); break;
-    case ValueType::List:         awaken(list, std::forward<Other>(other).list); break;
-    case ValueType::ListVector:   awaken(listVector, std::forward<Other>(other).listVector); break;
-    case ValueType::ListInt:      awaken(listInt, std::forward<Other>(other).listInt); break;
-    case ValueType::ListColor:    awaken(listColor, std::forward<Other>(other).listColor); break;
-    case ValueType::ListFloat:    awaken(listFloat, std::forward<Other>(other).listFloat); break;
-    case ValueType::String:       awaken(text, std::forward<Other>(other).text);
-                                  awaken(scenePath, std::forward<Other>(other).scenePath); break;
-    case ValueType::ListString:   awaken(listString, std::forward<Other>(other).listString);
-                                  awaken(scenePath, std::forward<Other>(other).scenePath); break;
+    case ValueType::Vector:       construct(point, componentwise(other.point)); break;
+    case ValueType::Matrix:       construct(matrix, componentwise(other.matrix)); break;
+    case ValueType::Color:        construct(color, componentwise(other.color)); break;
+    case ValueType::AColor:       construct(acolor, other.acolor); break;
+    case ValueType::Transform:    construct(transform, componentwise(other.transform)); break;
+    case ValueType::List:         construct(list, std::forward<Other>(other).list); break;
+    case ValueType::ListVector:   construct(listVector, std::forward<Other>(other).listVector); break;
+    case ValueType::ListInt:      construct(listInt, std::forward<Other>(other).listInt); break;
+    case ValueType::ListColor:    construct(listColor, std::forward<Other>(other).listColor); break;
+    case ValueType::ListFloat:    construct(listFloat, std::forward<Other>(other).listFloat); break;
+    case ValueType::String:       construct(text, std::forward<Other>(other).text);
+                                  construct(scenePath, std::forward<Other>(other).scenePath); break;
+    case ValueType::ListString:   construct(listString, std::forward<Other>(other).listString);
+                                  construct(scenePath, std::forward<Other>(other).scenePath); break;
     case ValueType::Object:       object = other.object; break;
-    case ValueType::ObjectID:     awaken(objectID, other.objectID); break;
+    case ValueType::ObjectID:     construct(objectID, other.objectID); break;
     case ValueType::RuntimeValue: object = other.object;
-                                  awaken(runtimeName, std::forward<Other>(other).runtimeName); break;
+                                  construct(runtimeName, std::forward<Other>(other).runtimeName); break;
     }
     // clang-format on
 }
@@ -108,7 +114,7 @@ void Value::takeMembers(Other&& other) noexcept
 void Value::releaseStorage() noexcept
 {
     // clang-format off
-    switch (kind) {
+    switch (tag) {
     case ValueType::List:         list.freeMem(); break;
     case ValueType::ListVector:   listVector.freeMem(); break;
     case ValueType::ListInt:      listInt.freeMem(); break;
@@ -120,57 +126,57 @@ void Value::releaseStorage() noexcept
     default: break;
     }
     // clang-format on
-    kind = ValueType::Undefined;
+    tag = ValueType::Undefined;
 }
 
 Vector Value::getVector() const noexcept
 {
-    return kind == ValueType::Vector ? narrowed(point) : Vector();
+    return tag == ValueType::Vector ? narrowed(point) : Vector();
 }
 
 PtrArray<Value> Value::getList() const noexcept
 {
-    return kind == ValueType::List ? list : PtrArray<Value>();
+    return tag == ValueType::List ? list : PtrArray<Value>();
 }
 
 PtrArray<Vector> Value::getListVector() const noexcept
 {
-    return kind == ValueType::ListVector ? listVector : PtrArray<Vector>();
+    return tag == ValueType::ListVector ? listVector : PtrArray<Vector>();
 }
 
 PtrArray<int> Value::getListInt() const noexcept
 {
-    return kind == ValueType::ListInt ? listInt : PtrArray<int>();
+    return tag == ValueType::ListInt ? listInt : PtrArray<int>();
 }
 
 PtrArray<float> Value::getListFloat() const noexcept
 {
-    return kind == ValueType::ListFloat ? listFloat : PtrArray<float>();
+    return tag == ValueType::ListFloat ? listFloat : PtrArray<float>();
 }
 
 PtrArray<Color> Value::getListColor() const noexcept
 {
-    return kind == ValueType::ListColor ? listColor : PtrArray<Color>();
+    return tag == ValueType::ListColor ? listColor : PtrArray<Color>();
 }
 
 PtrArray<CharString> Value::getListString() const noexcept
 {
-    return kind == ValueType::ListString ? listString : PtrArray<CharString>();
+    return tag == ValueType::ListString ? listString : PtrArray<CharString>();
 }
 
 CharString Value::getString() const noexcept
 {
-    return kind == ValueType::String ? text : CharString();
+    return tag == ValueType::String ? text : CharString();
 }
 
 CharString Value::getScenePath() const noexcept
 {
-    return kind == ValueType::String || kind == ValueType::ListString ? scenePath : CharString();
+    return tag == ValueType::String || tag == ValueType::ListString ? scenePath : CharString();
 }
 
 RuntimeValue Value::getRuntimeValue() const noexcept
 {
-    return kind == ValueType::RuntimeValue ? RuntimeValue{object, runtimeName} : RuntimeValue();
+    return tag == ValueType::RuntimeValue ? RuntimeValue{object, runtimeName} : RuntimeValue();
 }
 
 // clang-format off
@@ -182,17 +188,14 @@ void Value::setListColor(const PtrArray<Color>& value) noexcept    { *this = Val
 
 void Value::setListString(const PtrArray<CharString>& value) noexcept
 {
-    PtrArray<CharString> given(value);
-    CharString path = kind == ValueType::ListString ? scenePath : CharString();
-    release();
-    kind = ValueType::ListString;
-    awaken(listString, std::move(given));
-    awaken(scenePath, std::move(path));
+    CharString path = tag == ValueType::ListString ? scenePath : CharString();
+    *this = Value(value);
+    scenePath = std::move(path);
 }
 
 void Value::setScenePath(const CharString& value) noexcept
 {
-    if (kind == ValueType::String || kind == ValueType::ListString)
+    if (tag == ValueType::String || tag == ValueType::ListString)
         scenePath = value;
 }
 
@@ -205,7 +208,7 @@ void PtrArray<Value>::destroy(ArrayControl* doomed) noexcept
     while (doomed) {
         ArrayControl* array = std::exchange(doomed, doomed->nextDoomed);
         for (Value& element : std::span(elementsOf(array), static_cast<std::size_t>(array->count))) {
-            if (element.kind != ValueType::List) {
+            if (element.tag != ValueType::List) {
                 element.release();
                 continue;
             }

@@ -46,19 +46,19 @@ enum class ValueType : int {
 
 class MARL_API Value {
 public:
-    Value() noexcept : kind(ValueType::Undefined) {}
-    Value(double value) noexcept : kind(ValueType::Double), number(value) {}
-    Value(const TracePoint& value) noexcept : kind(ValueType::Vector), point(value) {}
-    Value(const Matrix& value) noexcept : kind(ValueType::Matrix), matrix(value) {}
-    Value(const Color& value) noexcept : kind(ValueType::Color), color(value) {}
-    Value(const AColor& value) noexcept : kind(ValueType::AColor), acolor(value) {}
-    Value(const TraceTransform& value) noexcept : kind(ValueType::Transform), transform(value) {}
+    Value() noexcept : tag(ValueType::Undefined) {}
+    Value(double value) noexcept : tag(ValueType::Double), number(value) {}
+    Value(const TracePoint& value) noexcept : tag(ValueType::Vector), point(value) {}
+    Value(const Matrix& value) noexcept : tag(ValueType::Matrix), matrix(value) {}
+    Value(const Color& value) noexcept : tag(ValueType::Color), color(value) {}
+    Value(const AColor& value) noexcept : tag(ValueType::AColor), acolor(value) {}
+    Value(const TraceTransform& value) noexcept : tag(ValueType::Transform), transform(value) {}
 
     // The value shares the text, with an empty scene path.
     Value(const CharString& value) noexcept;
     // The value borrows the object.
-    Value(Object* value) noexcept : kind(ValueType::Object), object(value) {}
-    Value(const ObjectID& value) noexcept : kind(ValueType::ObjectID), objectID(value) {}
+    Value(Object* value) noexcept : tag(ValueType::Object), object(value) {}
+    Value(const ObjectID& value) noexcept : tag(ValueType::ObjectID), objectID(value) {}
     Value(const RuntimeValue& value) noexcept;
 
     // The value shares the elements and holds a reference of its own.
@@ -67,18 +67,19 @@ public:
     Value(const PtrArray<int>& value) noexcept;
     Value(const PtrArray<float>& value) noexcept;
     Value(const PtrArray<Color>& value) noexcept;
+    Value(const PtrArray<CharString>& value) noexcept; // with an empty scene path
 
-    Value(const Value& other) noexcept : kind(other.kind)
+    Value(const Value& other) noexcept : tag(other.tag)
     {
-        if (kind == ValueType::Double)
+        if (tag == ValueType::Double)
             number = other.number;
         else
             take(other);
     }
     // Leaves the other value of its kind with an empty payload.
-    Value(Value&& other) noexcept : kind(other.kind)
+    Value(Value&& other) noexcept : tag(other.tag)
     {
-        if (kind == ValueType::Double)
+        if (tag == ValueType::Double)
             number = other.number;
         else
             take(std::move(other));
@@ -87,24 +88,25 @@ public:
     Value& operator=(Value&& other) noexcept;
     ~Value() { release(); }
 
-    int getValueType() const noexcept { return static_cast<int>(kind); }
+    ValueType kind() const noexcept { return tag; }
+    int getValueType() const noexcept { return static_cast<int>(tag); }
 
-    double getDouble() const noexcept { return kind == ValueType::Double ? number : 0.0; }
+    double getDouble() const noexcept { return tag == ValueType::Double ? number : 0.0; }
     // Rounded to single precision; getTracePoint() gives the components as they were set.
     Vector getVector() const noexcept;
     TracePoint getTracePoint() const noexcept
     {
-        return kind == ValueType::Vector ? TracePoint{point.x, point.y, point.z} : TracePoint();
+        return tag == ValueType::Vector ? TracePoint{point.x, point.y, point.z} : TracePoint();
     }
-    Matrix getMatrix() const noexcept { return kind == ValueType::Matrix ? matrix : Matrix(); }
-    Color getColor() const noexcept { return kind == ValueType::Color ? color : Color(); }
-    AColor getAColor() const noexcept { return kind == ValueType::AColor ? acolor : AColor(); }
+    Matrix getMatrix() const noexcept { return tag == ValueType::Matrix ? matrix : Matrix(); }
+    Color getColor() const noexcept { return tag == ValueType::Color ? color : Color(); }
+    AColor getAColor() const noexcept { return tag == ValueType::AColor ? acolor : AColor(); }
     TraceTransform getTransform() const noexcept
     {
-        return kind == ValueType::Transform ? transform : TraceTransform();
+        return tag == ValueType::Transform ? transform : TraceTransform();
     }
 
-    // The array comes with a reference of its own: the caller calls freeMem().
+    // The array comes with a reference of its own, which an ArrayHold gives up.
     PtrArray<Value> getList() const noexcept;
     PtrArray<Vector> getListVector() const noexcept;
     PtrArray<int> getListInt() const noexcept;
@@ -115,8 +117,8 @@ public:
     CharString getString() const noexcept;
     // Of a string or a list of strings: the scene file that the text stands in.
     CharString getScenePath() const noexcept;
-    Object* getObject() const noexcept { return kind == ValueType::Object ? object : nullptr; }
-    ObjectID getObjectID() const noexcept { return kind == ValueType::ObjectID ? objectID : ObjectID(); }
+    Object* getObject() const noexcept { return tag == ValueType::Object ? object : nullptr; }
+    ObjectID getObjectID() const noexcept { return tag == ValueType::ObjectID ? objectID : ObjectID(); }
     RuntimeValue getRuntimeValue() const noexcept;
 
     void setDouble(double value) noexcept { set(ValueType::Double, number, value); }
@@ -144,7 +146,7 @@ private:
         constexpr unsigned owners = bit(ValueType::List) | bit(ValueType::ListVector) | bit(ValueType::ListInt)
             | bit(ValueType::ListColor) | bit(ValueType::ListFloat) | bit(ValueType::String)
             | bit(ValueType::ListString) | bit(ValueType::RuntimeValue);
-        return (bit(kind) & owners) != 0;
+        return (bit(tag) & owners) != 0;
     }
 
     void release() noexcept
@@ -159,7 +161,7 @@ private:
     void set(ValueType type, Plain& member, Plain value) noexcept
     {
         release();
-        kind = type;
+        tag = type;
         std::construct_at(&member, value);
     }
 
@@ -169,7 +171,7 @@ private:
     template <typename Other>
     void takeMembers(Other&& other) noexcept;
 
-    ValueType kind;
+    ValueType tag;
 
     // A union of one member each, so that none lives before its kind is chosen.
     // clang-format off

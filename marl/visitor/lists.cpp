@@ -1,7 +1,7 @@
 // Lists and the selection of their elements.
 #include <marl/visitor/detail/walking.h>
 
-#include <marl/value/detail/array_hold.h>
+#include <marl/value/array_hold.h>
 #include <marl/value/detail/truncation.h>
 
 namespace Marl {
@@ -24,14 +24,7 @@ template <typename T>
 void CalculationVisitor::pushTypedList(ListTypeExpressionAST<T>* node)
 {
     ArrayHold<T> list(node->loaded ? PtrArray<T>(node->values) : node->readFromSource());
-    if constexpr (std::is_same_v<T, CharString>) {
-        Value value;
-        value.setListString(*list);
-        value.setScenePath(node->scenePath.clone());
-        valueStack.push(std::move(value));
-    } else {
-        valueStack.push(*list);
-    }
+    valueStack.push(*list);
 }
 
 // clang-format off
@@ -39,8 +32,14 @@ void CalculationVisitor::visitListVectorExpressionAST(ListTypeExpressionAST<Vect
 void CalculationVisitor::visitListIntExpressionAST(ListTypeExpressionAST<int>* node)           { pushTypedList(node); }
 void CalculationVisitor::visitListColorExpressionAST(ListTypeExpressionAST<Color>* node)       { pushTypedList(node); }
 void CalculationVisitor::visitListFloatExpressionAST(ListTypeExpressionAST<float>* node)       { pushTypedList(node); }
-void CalculationVisitor::visitListStringExpressionAST(ListTypeExpressionAST<CharString>* node) { pushTypedList(node); }
 // clang-format on
+
+void CalculationVisitor::visitListStringExpressionAST(ListTypeExpressionAST<CharString>* node)
+{
+    const CharString path = node->scenePath.clone();
+    pushTypedList(node);
+    valueStack.top().setScenePath(path);
+}
 
 // Works on the tree: only the selected element is evaluated, the target as a whole is not.
 void CalculationVisitor::visitArrayExpressionAST(ArrayExpressionAST* node)

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <climits>
 #include <exception>
 #include <functional>
 
@@ -51,6 +52,23 @@ TEST(Text, IsReadOnceAndEndsWhereItsBytesDo)
         node.load();
         EXPECT_EQ(stream.reads(), row.reads);
         EXPECT_EQ(stream.position, 3);
+    }
+}
+
+TEST(Text, OfMoreBytesThanAStringTakesFailsAndIsAskedForAgain)
+{
+    SourceOwner owner;
+    for (SourceOwner* given : {&owner, static_cast<SourceOwner*>(nullptr)}) {
+        FakeStream stream("lamp");
+        StringExpressionAST node;
+        placed(&node, owner, stream, 0, INT_MAX)->owner = given;
+        node.text = "old";
+        for (int i = 0; i < 2; ++i)
+            EXPECT_EQ(resultOf(&node), "fails: Text is longer than 2147483646 bytes.");
+        EXPECT_STREQ(node.text, "old");
+        EXPECT_EQ(stream.reads(), 0);
+        node.length = 4;
+        EXPECT_EQ(resultOf(&node), given ? "\"lamp\"" : "\"old\"");
     }
 }
 

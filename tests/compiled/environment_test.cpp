@@ -137,7 +137,7 @@ TEST(Environment, OfTheCallerChangesNoResult)
         for (std::size_t i = 0; i < expected.size(); ++i)
             for (const auto* results : {&columns, &alone, &inScope, &walkedInScope}) {
                 const Value& value = (*results)[i];
-                const bool isFailure = value.getValueType() == static_cast<int>(ValueType::String);
+                const bool isFailure = value.kind() == ValueType::String;
                 EXPECT_EQ(isFailure ? "fails: " + std::string(value.getString()) : shown(value), expected[i])
                     << "expression " << i / times.size() << " at " << times[i % times.size()];
             }

@@ -5,6 +5,8 @@
 #include <tests/support/tree.h>
 #include <tests/support/wrappings.h>
 
+#include <marl/value/array_hold.h>
+
 #include <gtest/gtest.h>
 
 #include <concepts>
@@ -33,10 +35,9 @@ std::vector<Value> evaluatedThere(const Expressions& expressions, const Times& t
 std::string bare(Value value)
 {
     int lists = 0;
-    for (; value.getValueType() == static_cast<int>(ValueType::List); ++lists) {
-        PtrArray<Value> items = value.getList();
-        value = Value(items.count == 1 ? items.data[0] : Value());
-        items.freeMem();
+    for (; value.kind() == ValueType::List; ++lists) {
+        const ArrayHold items(value.getList());
+        value = items->count == 1 ? items[0] : Value();
     }
     return std::to_string(lists) + " " + shown(value);
 }

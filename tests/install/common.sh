@@ -13,9 +13,9 @@ fail() # WHAT
     exit 1
 }
 
-runOutside() # FILE
+runOutside() # COMMAND...
 {
-    "$1" | diff --unified "$program.expected" - || fail "$1 printed something else"
+    "$@" | diff --unified "$program.expected" - || fail "$* printed something else"
 }
 
 buildWithCMake() # NAME OPTION...
@@ -23,6 +23,7 @@ buildWithCMake() # NAME OPTION...
     cmake -S "$here/outside" -B "$desk/$1" -DOUTSIDE_MAIN="$program.cpp" "${@:2}" >"$desk/log" &&
         cmake --build "$desk/$1" --parallel 2 >"$desk/log" || { cat "$desk/log"; fail "$1 was not built"; }
     runOutside "$desk/$1/outside"
+    runOutside "$desk/$1/load_plugin" "$desk/$1/libplugin.so"
 }
 
 buildWithPkgConfig() # PREFIX

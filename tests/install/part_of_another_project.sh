@@ -3,6 +3,5 @@
 set -euo pipefail
 source "$(dirname "$0")/common.sh"
 
-for shared in OFF ON; do
-    buildWithCMake "shared_$shared" -DMARL_SOURCES="$root" -DBUILD_SHARED_LIBS=$shared
-done
+buildWithCMake shared -DMARL_SOURCES="$root" -DBUILD_SHARED_LIBS=ON
+buildWithCMake static -DMARL_SOURCES="$root" -DCMAKE_CXX_FLAGS=-D_GLIBCXX_DEBUG

@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <utility>
 
 namespace Marl::Tests {
 
@@ -30,12 +31,12 @@ std::string text(const Object* object)      { return object ? object->name : "no
 // clang-format on
 
 template <typename T>
-std::string elements(PtrArray<T> list, const char* between = ", ")
+std::string elements(PtrArray<T>&& given, const char* between = ", ")
 {
+    const ArrayHold list(std::move(given));
     std::string all = "[";
-    for (int i = 0; i < list.count; ++i)
-        all += (i == 0 ? "" : between) + text(list.data[i]);
-    list.freeMem();
+    for (int i = 0; i < list->count; ++i)
+        all += (i == 0 ? "" : between) + text(list[i]);
     return all + "]";
 }
 
@@ -52,7 +53,7 @@ std::string shown(const Value& value)
     const CharString path = value.getScenePath();
     const std::string place = path == nullptr ? "" : " in " + text(path);
     // clang-format off
-    switch (ValueType(value.getValueType())) {
+    switch (value.kind()) {
     case ValueType::Undefined:    return "undefined";
     case ValueType::Double:       return text(value.getDouble());
     case ValueType::List:         return elements(value.getList());

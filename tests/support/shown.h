@@ -1,12 +1,12 @@
 // Values as text, so that a whole value is compared at once and a failing row says what came.
 #pragma once
 
+#include <marl/value/array_hold.h>
 #include <marl/value/value.h>
 
 #include <algorithm>
 #include <initializer_list>
 #include <string>
-#include <type_traits>
 
 namespace Marl {
 
@@ -39,16 +39,9 @@ Value sampleOf(char letter);
 template <typename T>
 Value listOf(std::initializer_list<T> elements)
 {
-    PtrArray<T> list;
-    list.allocArray(static_cast<int>(elements.size()));
-    std::ranges::copy(elements, list.data);
-    Value value;
-    if constexpr (std::is_same_v<T, CharString>)
-        value.setListString(list);
-    else
-        value = Value(list);
-    list.freeMem();
-    return value;
+    const ArrayHold<T> list(static_cast<int>(elements.size()));
+    std::ranges::copy(elements, list->data);
+    return *list;
 }
 
 } // namespace Marl::Tests

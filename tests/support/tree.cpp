@@ -2,6 +2,7 @@
 
 #include <tests/support/shown.h>
 
+#include <marl/value/array_hold.h>
 #include <marl/visitor/calculation_visitor.h>
 
 #include <algorithm>
@@ -41,9 +42,8 @@ ExpressionAST* Tree::node(const Operand& operand)
     const AColor a = value.getAColor();
     const TraceTransform t = value.getTransform();
     const RuntimeValue runtime = value.getRuntimeValue();
-    PtrArray<Value> items = value.getList();
-    const std::vector<Operand> operands(items.data, items.data + items.count);
-    items.freeMem();
+    const ArrayHold items(value.getList());
+    const std::vector<Operand> operands(items.begin(), items.end());
     const auto column = [&](const Vector& v) { return vec(v.x, v.y, v.z); };
     const auto loaded = [&](auto* made) {
         made->scenePath = value.getScenePath();
@@ -56,7 +56,7 @@ ExpressionAST* Tree::node(const Operand& operand)
         return made;
     };
     // clang-format off
-    switch (ValueType(value.getValueType())) {
+    switch (value.kind()) {
     case ValueType::Undefined:    break;
     case ValueType::Double:       return with(&NumberExpressionAST::number, value.getDouble());
     case ValueType::Vector:       return vec(p.x, p.y, p.z);

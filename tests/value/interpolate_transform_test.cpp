@@ -18,7 +18,6 @@ const Matrix one(1);
 constexpr double factors[] = {0.1, 0.25, 1.0 / 3, 0.9};
 std::mt19937 engine(7);
 
-// From a function of column and row.
 Matrix matrixOf(const auto& componentAt)
 {
     Columns m;

@@ -1,4 +1,5 @@
 // Shared text, shared arrays and the plain records.
+#include <marl/value/array_hold.h>
 #include <marl/value/char_string.h>
 #include <marl/value/ptr_array.h>
 #include <marl/value/records.h>
@@ -6,9 +7,14 @@
 #include <gtest/gtest.h>
 
 #include <utility>
+#include <vector>
 
 namespace Marl::Tests {
 namespace {
+
+// Copied before a static library would initialise anything, for it is linked behind the objects that need it.
+const Matrix identityAtStart = ID_mat, zeroAtStart = ZERO_mat;
+const std::uint32_t maskAtStart = _mm_lookupmask_ps[1][0];
 
 const char* textOf(const CharString& string)
 {
@@ -89,10 +95,35 @@ TEST(PtrArray, SharesByCountUntilGivenUp)
     EXPECT_EQ(first.shared, nullptr);
 }
 
+TEST(ArrayHold, GivesUpItsOwnReferenceAlsoWhenSomethingThrows)
+{
+    PtrArray<float> array;
+    array.allocArray(2);
+    array.data[1] = 0.5f;
+    const int& count = array.shared->refCount;
+    try {
+        const ArrayHold hold{PtrArray<float>(array)};
+        EXPECT_EQ(count, 2);
+        EXPECT_EQ(hold->count, 2);
+        EXPECT_EQ(hold[1], 0.5f);
+        EXPECT_EQ(std::vector<float>(hold.begin(), hold.end()), (std::vector{0.0f, 0.5f}));
+        throw 0;
+    } catch (int) {
+        EXPECT_EQ(count, 1);
+    }
+
+    const ArrayHold nothing{PtrArray<float>()};
+    EXPECT_EQ(nothing.begin(), nothing.end());
+    array.freeMem();
+}
+
 TEST(Records, ConstantsHoldWhatTheirNamesSay)
 {
     EXPECT_EQ(ID_mat, Matrix({1, 0, 0}, {0, 1, 0}, {0, 0, 1}));
     EXPECT_EQ(ZERO_mat, Matrix());
+    EXPECT_EQ(identityAtStart, ID_mat);
+    EXPECT_EQ(zeroAtStart, ZERO_mat);
+    EXPECT_EQ(maskAtStart, 0xFFFFFFFFu);
     EXPECT_EQ(Matrix(-7), Matrix({-7, 0, 0}, {0, -7, 0}, {0, 0, -7}));
     for (unsigned i = 0; i < 16; ++i)
         for (unsigned lane = 0; lane < 4; ++lane)

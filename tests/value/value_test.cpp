@@ -1,6 +1,8 @@
 // The tagged value: getters and setters of all seventeen kinds, sharing and release.
 #include <tests/support/shown.h>
 
+#include <marl/value/array_hold.h>
+
 #include <gtest/gtest.h>
 
 #include <string_view>
@@ -53,6 +55,7 @@ const struct {
 void expectIsExactly(Value value, Value expected, const std::string& story)
 {
     EXPECT_EQ(shown(value), shown(expected)) << story;
+    EXPECT_EQ(value.getValueType(), static_cast<int>(expected.kind())) << story;
     const char letter = letterOf(expected);
     value.setScenePath("c.scene");
     EXPECT_EQ(value.getScenePath() == "c.scene", letter == 's' || letter == 'S') << story;
@@ -84,6 +87,7 @@ TEST(Value, OfAnyKindReplacesAnyOtherWithoutARest)
             expectIsExactly(value, expected, std::string("from ") + before + " to " + after + " set");
         }
     }
+    EXPECT_EQ(shown(listOf<CharString>({"one", "two"})), "string[\"one\", \"two\"]");
 }
 
 TEST(Value, MayBeAssignedFromItselfAndItsOwnList)
@@ -108,8 +112,8 @@ TEST(Value, MayBeAssignedFromItselfAndItsOwnList)
 TEST(Value, ListsInListsAreReleasedWithoutRecursion)
 {
     const Value inner = listOf<Value>({sampleOf('f')});
-    PtrArray<Value> list = inner.getList();
-    const int& count = list.shared->refCount;
+    const ArrayHold list(inner.getList());
+    const int& count = list->shared->refCount;
     Value tower = listOf<Value>({inner, 1.0, listOf<Value>({inner, sampleOf('S')})});
     for (int i = 0; i < 1'000'000; ++i)
         tower = listOf<Value>({tower});
@@ -119,7 +123,6 @@ TEST(Value, ListsInListsAreReleasedWithoutRecursion)
     sharer = 2.0;
     EXPECT_EQ(count, 2);
     EXPECT_EQ(shown(inner), "[float[0.5 0.25]]");
-    list.freeMem();
 }
 
 } // namespace

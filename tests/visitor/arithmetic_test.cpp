@@ -2,7 +2,7 @@
 #include <tests/support/shown.h>
 #include <tests/support/tree.h>
 
-#include <marl/value/detail/array_hold.h>
+#include <marl/value/array_hold.h>
 #include <marl/visitor/calculation_visitor.h>
 
 #include <gtest/gtest.h>

@@ -4,6 +4,7 @@
 #include <tests/support/shown.h>
 #include <tests/support/tree.h>
 
+#include <marl/value/array_hold.h>
 #include <marl/visitor/calculation_visitor.h>
 
 #include <gtest/gtest.h>
@@ -68,9 +69,8 @@ TEST(Lists, InTheSourceAreReadOnEveryVisit)
     EXPECT_EQ(stream.reads(), 2);
 
     auto* inMemory = static_cast<ListTypeExpressionAST<int>*>(t.node(listOf({5})));
-    PtrArray<int> elements = evaluated(inMemory).getListInt();
-    EXPECT_EQ(elements.data, inMemory->values.data);
-    elements.freeMem();
+    const ArrayHold elements(evaluated(inMemory).getListInt());
+    EXPECT_EQ(elements->data, inMemory->values.data);
 }
 
 TEST(Leaves, LookSceneObjectsUpAtEveryEvaluation)

@@ -14,7 +14,7 @@ namespace Marl {
 
 inline bool isNumber(const Value& value)
 {
-    return value.getValueType() == static_cast<int>(ValueType::Double);
+    return value.kind() == ValueType::Double;
 }
 
 // Nothing for an operator code that is none of the four.
@@ -50,7 +50,7 @@ Value blended(const Value& earlier, const Value& later, double factor);
 
 inline bool isUndefined(const Value& value)
 {
-    return value.getValueType() == static_cast<int>(ValueType::Undefined);
+    return value.kind() == ValueType::Undefined;
 }
 
 // Only Undefined is not a number; any other kind answers getDouble() in its own way.

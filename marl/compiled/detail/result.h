@@ -27,7 +27,7 @@ public:
     Result(double given) noexcept : kind(Kind::Number), number(given) {}
     Result(Value&& given)
     {
-        if (given.getValueType() == static_cast<int>(ValueType::Double)) {
+        if (given.kind() == ValueType::Double) {
             kind = Kind::Number;
             number = given.getDouble();
         } else {

@@ -7,8 +7,9 @@
 
 namespace Marl {
 
-// Whether the thread is within an ArithmeticScope.
-extern constinit thread_local bool arithmeticIsDefault;
+// Whether the thread is within an ArithmeticScope. In the thread's static block, where the loader keeps some
+// room for plugins: to find it elsewhere takes a call, which one value at a time would feel.
+[[gnu::tls_model("initial-exec")]] extern constinit thread_local bool arithmeticIsDefault;
 
 // The default floating-point environment while it lives. Where it is that already, which is nearly
 // everywhere, nothing is written.
