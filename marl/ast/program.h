@@ -3,8 +3,8 @@
 // Objects, properties, list items and keys hang in chains, which a host may also link by hand while nothing
 // else uses the program. What it links behind the last record is noticed. Where it takes records out, puts
 // others between them or renames them it sets the chain's last pointer too, to null where it does not know the
-// end; the next lookup or append then goes through the whole chain. With the old pointer names are found as
-// they were, and what is appended hangs behind the record that was the last.
+// end; the next lookup or append then goes through the whole chain. As long as the pointer is the old one,
+// names are found as they were, and what is appended hangs behind the record that was the last.
 #pragma once
 
 #include <marl/ast/nodes.h>
