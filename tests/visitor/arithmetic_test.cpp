@@ -96,14 +96,14 @@ TEST(Operators, TakeThePairsOfTheirTableAndNoOthers)
 TEST(Operators, LeaveTheirOperandsAsTheyAre)
 {
     CalculationVisitor evaluator;
-    for (const auto& [token, complaint, picture] : operators)
+    for (const auto& each : operators)
         for (const char leftLetter : std::string_view(kindLetters))
             for (const char rightLetter : std::string_view(kindLetters)) {
                 const Value left = sampleOf(leftLetter), right = sampleOf(rightLetter);
                 Value sharer(left);
-                const std::string pair = std::string{leftLetter, ' ', rightLetter, ' '} + complaint;
+                const std::string pair = std::string{leftLetter, ' ', rightLetter, ' '} + each.complaint;
                 messageOf([&] {
-                    Value result = evaluator.doOp(token, left, right);
+                    Value result = evaluator.doOp(each.token, left, right);
                     EXPECT_FALSE(sharesElements(result, left) || sharesElements(result, right)) << pair;
                 });
                 EXPECT_EQ(shown(left), shown(sampleOf(leftLetter))) << pair;
