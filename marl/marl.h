@@ -16,5 +16,6 @@
 #include <marl/value/exceptions.h>
 #include <marl/value/interpolate_transform.h>
 #include <marl/value/value.h>
+#include <marl/version.h>
 #include <marl/visitor/calculation_visitor.h>
 #include <marl/visitor/decoration_visitor.h>

@@ -4,6 +4,8 @@
 #include <host/output/temporary_file.h>
 #include <host/report/did_you_mean.h>
 
+#include <marl/version.h>
+
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
@@ -100,7 +102,7 @@ int runTool(int count, char** arguments)
     try {
         app.formatter(std::make_shared<HelpLayout>());
         app.set_help_flag("-h,--help", "Show this help");
-        app.set_version_flag("--version", "marl " MARL_VERSION, "Show the version");
+        app.set_version_flag("--version", "marl " MARL_VERSION_TEXT, "Show the version");
         app.require_subcommand(0, 1); // where there is none, the message is below
         app.footer(footer);
         addEvalCommand(app, status);

@@ -34,6 +34,36 @@ private:
     CalculationVisitor& evaluator;
 };
 
+// The times may come in any order, some perhaps NaN: the first neighbors that have the time between
+// them count. Every key's time is evaluated all the same. Part of the visit in every build, for its frame would
+// count at every level.
+[[gnu::always_inline]] inline CalculationVisitor::Bracket
+CalculationVisitor::bracketVaryingTime(const InterpolateExpressionAST* node)
+{
+    InterpolateKey *previous = nullptr, *earlier = nullptr, *later = nullptr;
+    double firstTime = 0, previousTime = 0, factor = 0;
+    for (InterpolateKey* key = node->firstKey; key; key = key->next) {
+        evaluate(key->time);
+        const double time = takeNumberOrLeave(Complaint::keyTime);
+        if (!previous)
+            firstTime = time;
+        else if (!later && timeParam >= previousTime && !(timeParam >= time)) {
+            earlier = previous;
+            later = key;
+            factor = share(previousTime, timeParam, time);
+        }
+        previous = key;
+        previousTime = time;
+    }
+    if (!previous)
+        failWithoutKeys();
+    if (previous == node->firstKey || !(timeParam > firstTime))
+        return {node->firstKey};
+    if (timeParam >= previousTime)
+        return {node->lastKey};
+    return {earlier, later, factor};
+}
+
 void CalculationVisitor::visitInterpolateExpression(InterpolateExpressionAST* node)
 {
     const Level level(*this);
@@ -67,34 +97,6 @@ CalculationVisitor::bracketKnownTime(const InterpolateExpressionAST::ConstantTim
         return {keys.back()};
     const std::size_t later = times.countUpTo(timeParam);
     return {keys[later - 1], keys[later], share(times[later - 1], timeParam, times[later])};
-}
-
-// The times may come in any order, some perhaps NaN: the first neighbors that have the time between
-// them count. Every key's time is evaluated all the same.
-CalculationVisitor::Bracket CalculationVisitor::bracketVaryingTime(const InterpolateExpressionAST* node)
-{
-    InterpolateKey *previous = nullptr, *earlier = nullptr, *later = nullptr;
-    double firstTime = 0, previousTime = 0, factor = 0;
-    for (InterpolateKey* key = node->firstKey; key; key = key->next) {
-        evaluate(key->time);
-        const double time = takeNumberOrLeave(Complaint::keyTime);
-        if (!previous)
-            firstTime = time;
-        else if (!later && timeParam >= previousTime && !(timeParam >= time)) {
-            earlier = previous;
-            later = key;
-            factor = share(previousTime, timeParam, time);
-        }
-        previous = key;
-        previousTime = time;
-    }
-    if (!previous)
-        failWithoutKeys();
-    if (previous == node->firstKey || !(timeParam > firstTime))
-        return {node->firstKey};
-    if (timeParam >= previousTime)
-        return {node->lastKey};
-    return {earlier, later, factor};
 }
 
 // The later value lies on the stack and leaves it, also when the blend throws.
