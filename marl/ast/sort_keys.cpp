@@ -37,9 +37,8 @@ std::optional<Constant> constantOf(ExpressionAST* node, int& stepsLeft)
         const auto right = left ? constantOf(binary->right, stepsLeft) : std::nullopt;
         if (!right)
             return std::nullopt;
-        const auto number = operate(binary->op, left->number, right->number);
-        const int nesting = std::max(left->nesting, right->nesting) + 1;
-        return number ? std::optional(Constant{*number, nesting}) : std::nullopt;
+        Constant result{left->number, std::max(left->nesting, right->nesting) + 1};
+        return operate(binary->op, result.number, right->number) ? std::optional(result) : std::nullopt;
     }
     return std::nullopt;
 }

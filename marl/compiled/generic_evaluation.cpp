@@ -162,11 +162,13 @@ void BatchEvaluator::Machine::operate(TOKENTYPE op)
     const Result right = std::move(stack.back());
     stack.pop_back();
     Result& left = stack.back();
-    if (left.isNumber() && right.isNumber())
-        if (const auto result = Marl::operate(op, left.getNumber(), right.getNumber())) {
-            left = *result;
+    if (left.isNumber() && right.isNumber()) {
+        double number = left.getNumber();
+        if (Marl::operate(op, number, right.getNumber())) {
+            left = number;
             return;
         }
+    }
     Value value = left.getValue();
     Marl::operate(op, value, right.getValue());
     left = Result(std::move(value));

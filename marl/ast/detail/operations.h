@@ -8,8 +8,6 @@
 #include <marl/value/detail/operators.h>
 #include <marl/value/value.h>
 
-#include <optional>
-
 namespace Marl {
 
 inline bool isNumber(const Value& value)
@@ -17,16 +15,16 @@ inline bool isNumber(const Value& value)
     return value.kind() == ValueType::Double;
 }
 
-// Nothing for an operator code that is none of the four.
-inline std::optional<double> operate(TOKENTYPE op, double left, double right)
+// Puts the result in the place of the left number. False for an operator code that is none of the four.
+inline bool operate(TOKENTYPE op, double& left, double right)
 {
     switch (op) {
-    case TOKEN_PLUS: return sum(left, right);
-    case TOKEN_MINUS: return difference(left, right);
-    case TOKEN_MULTIPLY: return product(left, right);
-    case TOKEN_DIVIDE: return quotient(left, right);
+    case TOKEN_PLUS: left = sum(left, right); return true;
+    case TOKEN_MINUS: left = difference(left, right); return true;
+    case TOKEN_MULTIPLY: left = product(left, right); return true;
+    case TOKEN_DIVIDE: left = quotient(left, right); return true;
     }
-    return std::nullopt;
+    return false;
 }
 
 void operateOnAnyKinds(TOKENTYPE op, Value& left, const Value& right);
@@ -35,9 +33,11 @@ void operateOnAnyKinds(TOKENTYPE op, Value& left, const Value& right);
 // shares no storage with the operands. An operator code that is none of the four gives an undefined value.
 inline void operate(TOKENTYPE op, Value& left, const Value& right)
 {
-    if (isNumber(left) && isNumber(right)) // as nearly all operands are
-        if (const auto result = operate(op, left.getDouble(), right.getDouble()))
-            return left.setDouble(*result);
+    if (isNumber(left) && isNumber(right)) { // as nearly all operands are
+        double number = left.getDouble();
+        if (operate(op, number, right.getDouble()))
+            return left.setDouble(number);
+    }
     operateOnAnyKinds(op, left, right);
 }
 
