@@ -2,6 +2,7 @@
 // is said where a rule does not match that must.
 #include <host/scene/reader.h>
 
+#include <host/functions/functions.h>
 #include <host/scene/deep_stack.h>
 #include <host/scene/grammar.h>
 #include <host/scene/names.h>
@@ -151,7 +152,7 @@ struct Action<plain_name> : build<&TreeBuilder::name> {
     template <typename In>
     static void apply(const In& in, Reading& reading)
     {
-        if (findWord(in.string_view()))
+        if (isReserved(in.string_view()))
             reading.mistakes.note(
                 placeOf(in), fmt::format("`{}` is a word of the language", in.string_view()),
                 fmt::format("As a name it stands in back-quotes: {}.", quotedName(in.string_view())));
@@ -242,10 +243,11 @@ struct Action<bare_name> {
         const Span place = placeOf(in);
         const std::string found(in.string_view());
         const Word* known = findWord(found);
-        const std::string hint = !known   ? fmt::format("Write object.{0}, or .{0} for this object's own.", found)
-            : known->takesRoundBrackets() ? fmt::format("It takes round brackets: {}(...).", found)
-            : known->use == Word::Data    ? fmt::format("It takes square brackets: {}[...].", found)
-                                          : "";
+        const std::string hint = findFunction(found) || (known && known->takesRoundBrackets())
+            ? fmt::format("It takes round brackets: {}(...).", found)
+            : !known                   ? fmt::format("Write object.{0}, or .{0} for this object's own.", found)
+            : known->use == Word::Data ? fmt::format("It takes square brackets: {}[...].", found)
+                                       : "";
         reading.mistakes.giveUpStatement(place, fmt::format("{} is no value", reading.mistakes.quoted(place)), hint);
     }
 };
