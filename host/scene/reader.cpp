@@ -242,12 +242,13 @@ struct Action<bare_name> {
     {
         const Span place = placeOf(in);
         const std::string found(in.string_view());
-        const Word* known = findWord(found);
-        const std::string hint = findFunction(found) || (known && known->takesRoundBrackets())
-            ? fmt::format("It takes round brackets: {}(...).", found)
-            : !known                   ? fmt::format("Write object.{0}, or .{0} for this object's own.", found)
-            : known->use == Word::Data ? fmt::format("It takes square brackets: {}[...].", found)
-                                       : "";
+        const Word* word = findWord(found);
+        const std::string hint = word && word->use == Word::Data
+            ? fmt::format("It takes square brackets: {}[...].", found)
+            : word && !word->takesRoundBrackets() ? ""
+            : isReserved(found)                   ? fmt::format("It takes round brackets: {}(...).", found)
+            : findFunction(found) ? fmt::format("Write {0}(...), or .{0} for this object's own.", found)
+                                  : fmt::format("Write object.{0}, or .{0} for this object's own.", found);
         reading.mistakes.giveUpStatement(place, fmt::format("{} is no value", reading.mistakes.quoted(place)), hint);
     }
 };
