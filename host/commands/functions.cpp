@@ -9,6 +9,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <functional>
+#include <iterator>
 #include <memory>
 
 namespace Marl::Host {

@@ -5,7 +5,9 @@
 
 #include <host/functions/functions.h>
 
+#include <initializer_list>
 #include <tuple>
+#include <type_traits>
 #include <utility>
 
 namespace Marl::Host {
@@ -68,11 +70,11 @@ template <typename Rule>
 auto apply(Rule rule, const auto& argument)
 {
     using Records = typename SignatureOf<Rule>::Records;
-    return [&]<std::size_t... i>(std::index_sequence<i...>)
+    const auto called = [&]<std::size_t... i>(std::index_sequence<i...>)
     {
         return rule(argument(i, std::tuple_element_t<i, Records>())...);
-    }
-    (std::make_index_sequence<std::tuple_size_v<Records>>());
+    };
+    return called(std::make_index_sequence<std::tuple_size_v<Records>>());
 }
 
 class OwnFunction : public FunctionExpressionAST {

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
 
 namespace Marl::Host {
 
@@ -78,12 +77,6 @@ std::string oneOf(const Function& function, auto&& kindOf)
     return fmt::format("{}", fmt::join(kinds, " or "));
 }
 
-std::string takenAt(const Function& function, std::size_t index)
-{
-    const std::size_t known = std::min(index, function.fewestArguments() - 1);
-    return oneOf(function, [&](const FunctionKinds& kinds) { return kinds.takes[known]; });
-}
-
 } // namespace
 
 std::span<const Function> allFunctions()
@@ -115,31 +108,19 @@ std::string Function::takesText() const
     }
     std::vector<std::string> parts;
     for (std::size_t i = 0; i < taken.size(); ++i)
-        parts.push_back(takenAt(*this, i));
+        parts.push_back(argumentText(i));
     return fmt::format("{}", fmt::join(parts, " and "));
+}
+
+std::string Function::argumentText(std::size_t index) const
+{
+    const std::size_t known = std::min(index, fewestArguments() - 1);
+    return oneOf(*this, [&](const FunctionKinds& kinds) { return kinds.takes[known]; });
 }
 
 std::string Function::givesText() const
 {
     return oneOf(*this, [](const FunctionKinds& kinds) { return kinds.gives; });
-}
-
-void OwnFunction::requireKinds(std::span<const Value> values) const
-{
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        const auto fits = [&](const FunctionKinds& kinds) {
-            return kinds.takes[std::min(i, kinds.takes.size() - 1)] == values[i].kind();
-        };
-        if (std::ranges::any_of(function->form.kinds, fits))
-            continue;
-        constexpr std::string_view ordinals[] = {"first", "second", "third"};
-        const std::string which = values.size() == 1 ? ""
-            : i < std::size(ordinals)                ? fmt::format(" as its {} argument", ordinals[i])
-                                                     : fmt::format(" as argument {}", i + 1);
-        throw InvalidOpException(fmt::format("{}() takes {}{}, not {}.", function->name, takenAt(*function, i), which,
-                                             kindInWords(values[i].getValueType()))
-                                     .c_str());
-    }
 }
 
 } // namespace Marl::Host

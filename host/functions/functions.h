@@ -32,6 +32,9 @@ struct Function {
     std::string callText() const;  // "clamp(x, low, high)"
     std::string takesText() const; // "three numbers"
     std::string givesText() const; // "a number"
+
+    // What it takes as the argument of that index, "a number".
+    std::string argumentText(std::size_t index) const;
 };
 
 // In the order in which they are shown.
