@@ -28,6 +28,7 @@ void addCheckCommand(CLI::App& app, int& status);
 void addDepsCommand(CLI::App& app, int& status);
 void addExplainCommand(CLI::App& app, int& status);
 void addPlotCommand(CLI::App& app, int& status);
+void addFunctionsCommand(CLI::App& app, int& status);
 
 // A number as scenes write it, of the option of that name. Throws UsageError.
 double numberOption(std::string_view option, std::string_view text);

@@ -110,6 +110,7 @@ int runTool(int count, char** arguments)
         addDepsCommand(app, status);
         addExplainCommand(app, status);
         addPlotCommand(app, status);
+        addFunctionsCommand(app, status);
         for (CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
             command->group("Commands");
         app.parse(count, arguments);

@@ -20,4 +20,26 @@ std::string kindWithArticle(int kind)
     return (startsWithVowel ? "an " : "a ") + std::string(name);
 }
 
+std::string_view kindInWords(int kind)
+{
+    constexpr std::string_view words[] = {"an undefined value",
+                                          "a number",
+                                          "a list",
+                                          "a vector",
+                                          "a matrix",
+                                          "a color",
+                                          "an rgba",
+                                          "a transform",
+                                          "a vec[...] list",
+                                          "an int[...] list",
+                                          "an rgb[...] list",
+                                          "a float[...] list",
+                                          "a text",
+                                          "a string[...] list",
+                                          "an object",
+                                          "an identifier",
+                                          "a runtime value"};
+    return kind >= 0 && kind < static_cast<int>(std::size(words)) ? words[kind] : "a value of unknown kind";
+}
+
 } // namespace Marl::Host

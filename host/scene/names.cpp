@@ -16,7 +16,7 @@ constexpr bool isLetter(char c)
 bool isPlainName(std::string_view name)
 {
     const auto belongs = [](char c) { return isLetter(c) || (c >= '0' && c <= '9') || c == '_'; };
-    return !name.empty() && isLetter(name.front()) && std::ranges::all_of(name, belongs) && !findWord(name);
+    return !name.empty() && isLetter(name.front()) && std::ranges::all_of(name, belongs) && !isReserved(name);
 }
 
 } // namespace

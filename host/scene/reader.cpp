@@ -2,6 +2,7 @@
 // is said where a rule does not match that must.
 #include <host/scene/reader.h>
 
+#include <host/functions/functions.h>
 #include <host/scene/deep_stack.h>
 #include <host/scene/grammar.h>
 #include <host/scene/names.h>
@@ -151,7 +152,7 @@ struct Action<plain_name> : build<&TreeBuilder::name> {
     template <typename In>
     static void apply(const In& in, Reading& reading)
     {
-        if (findWord(in.string_view()))
+        if (isReserved(in.string_view()))
             reading.mistakes.note(
                 placeOf(in), fmt::format("`{}` is a word of the language", in.string_view()),
                 fmt::format("As a name it stands in back-quotes: {}.", quotedName(in.string_view())));
@@ -241,11 +242,13 @@ struct Action<bare_name> {
     {
         const Span place = placeOf(in);
         const std::string found(in.string_view());
-        const Word* known = findWord(found);
-        const std::string hint = !known   ? fmt::format("Write object.{0}, or .{0} for this object's own.", found)
-            : known->takesRoundBrackets() ? fmt::format("It takes round brackets: {}(...).", found)
-            : known->use == Word::Data    ? fmt::format("It takes square brackets: {}[...].", found)
-                                          : "";
+        const Word* word = findWord(found);
+        const std::string hint = word && word->use == Word::Data
+            ? fmt::format("It takes square brackets: {}[...].", found)
+            : word && !word->takesRoundBrackets() ? ""
+            : isReserved(found)                   ? fmt::format("It takes round brackets: {}(...).", found)
+            : findFunction(found) ? fmt::format("Write {0}(...), or .{0} for this object's own.", found)
+                                  : fmt::format("Write object.{0}, or .{0} for this object's own.", found);
         reading.mistakes.giveUpStatement(place, fmt::format("{} is no value", reading.mistakes.quoted(place)), hint);
     }
 };

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <limits>
 #include <utility>
 
@@ -85,7 +86,7 @@ void TreeBuilder::number(Span place, std::string_view text)
 
 void TreeBuilder::constant(Span place, std::string_view word)
 {
-    push(makeBuiltin(findWord(word)->function), place);
+    push(makeBuiltin(findWord(word)->constant), place);
 }
 
 // Only calls that keep a sample are counted, so that another function beside them changes nothing.
@@ -238,37 +239,42 @@ void TreeBuilder::call(Span place)
 {
     const std::vector<Operand> values = close();
     const Name called = takeName();
-    if (isCallable(called, values))
-        push(makeCall(*findWord(called.text), values), place);
-    else
-        push(program.make<NumberExpressionAST>(), place);
+    ExpressionAST* node = makeCall(called, values);
+    push(node ? node : program.make<NumberExpressionAST>(), place);
 }
 
-bool TreeBuilder::isCallable(const Name& called, const std::vector<Operand>& values)
+ExpressionAST* TreeBuilder::makeCall(const Name& called, const std::vector<Operand>& values)
 {
+    if (const Function* function = findFunction(called.text))
+        return takes(called, values, function->fewestArguments(), function->form.takesMore)
+            ? makeFunction(*function, values)
+            : nullptr;
     const Word* word = findWord(called.text);
-    if (word && word->use == Word::Data) {
+    if (word && word->takesRoundBrackets())
+        return takes(called, values, word->values, false) ? makeRecord(*word, values) : nullptr;
+    if (word && word->use == Word::Data)
         mistakes.note(called.place, fmt::format("`{0}` takes square brackets: {0}[...]", called.text));
-        return false;
-    }
-    if (!word || !word->takesRoundBrackets()) {
+    else
         mistakes.note(called.place, fmt::format("there is no function {}", mistakes.quoted(called.place)),
-                      didYouMean(called.text, callableWords()));
-        return false;
-    }
-    const auto given = static_cast<int>(values.size());
-    if (given == word->values)
+                      didYouMean(called.text, callableNames()));
+    return nullptr;
+}
+
+bool TreeBuilder::takes(const Name& called, const std::vector<Operand>& values, std::size_t fewest, bool orMore)
+{
+    const std::size_t given = values.size();
+    if (given == fewest || (given > fewest && orMore))
         return true;
     const bool hasDecimalComma =
-        given > word->values && mistakes.hasDecimalComma({values.front().place.begin, values.back().place.end});
+        given > fewest && mistakes.hasDecimalComma({values.front().place.begin, values.back().place.end});
     mistakes.note(called.place,
-                  fmt::format("{}() takes {} {}, {} {} given", called.text, word->values,
-                              word->values == 1 ? "value" : "values", given, given == 1 ? "is" : "are"),
+                  fmt::format("{}() takes {} {}{}, {} {} given", called.text, fewest, orMore ? "or more " : "",
+                              fewest == 1 ? "value" : "values", given, given == 1 ? "is" : "are"),
                   hasDecimalComma ? SyntaxMistakes::pointHint : "");
     return false;
 }
 
-ExpressionAST* TreeBuilder::makeCall(const Word& word, const std::vector<Operand>& values)
+ExpressionAST* TreeBuilder::makeRecord(const Word& word, const std::vector<Operand>& values)
 {
     const auto fill = [&](auto& slots) { std::ranges::transform(values, slots, &Operand::node); };
     switch (word.use) {
@@ -289,19 +295,26 @@ ExpressionAST* TreeBuilder::makeCall(const Word& word, const std::vector<Operand
         fill(node->columns);
         return node;
     }
-    case Word::Transform: {
+    default: {
         auto* node = program.make<TransformExpressionAST>();
         node->matrix = values[0].node;
         node->offset = values[1].node;
         return node;
     }
-    default: {
-        BuiltinFunctionAST* node = makeBuiltin(word.function);
-        node->argCount = word.values;
-        fill(node->args);
+    }
+}
+
+ExpressionAST* TreeBuilder::makeFunction(const Function& function, const std::vector<Operand>& values)
+{
+    if (function.form.builtin) {
+        BuiltinFunctionAST* node = makeBuiltin(*function.form.builtin);
+        node->argCount = static_cast<int>(values.size());
+        std::ranges::transform(values, node->args, &Operand::node);
         return node;
     }
-    }
+    FunctionExpressionAST* node = function.form.make(program, function);
+    std::ranges::transform(values, std::back_inserter(node->arguments), &Operand::node);
+    return node;
 }
 
 void TreeBuilder::firstIndices(Span place)

@@ -1,6 +1,7 @@
 // Makes the tree of a scene from what the grammar recognizes, one call a rule.
 #pragma once
 
+#include <host/functions/functions.h>
 #include <host/scene/place.h>
 #include <host/scene/scene_file.h>
 #include <host/scene/syntax_mistakes.h>
@@ -96,8 +97,11 @@ private:
     ListTypeExpressionAST<T>* makeList();
     BuiltinFunctionAST* makeBuiltin(Builtin function);
     void addIndices(const std::vector<Operand>& given, Span place);
-    ExpressionAST* makeCall(const Word& word, const std::vector<Operand>& values);
-    bool isCallable(const Name& called, const std::vector<Operand>& values);
+    // Null where there is no such function or it does not take so many values, which is noted.
+    ExpressionAST* makeCall(const Name& called, const std::vector<Operand>& values);
+    bool takes(const Name& called, const std::vector<Operand>& values, std::size_t fewest, bool orMore);
+    ExpressionAST* makeRecord(const Word& word, const std::vector<Operand>& values);
+    ExpressionAST* makeFunction(const Function& function, const std::vector<Operand>& values);
 
     SceneFile& file;
     ProgramAST& program;

@@ -1,5 +1,7 @@
 #include <host/scene/words.h>
 
+#include <host/functions/functions.h>
+
 #include <algorithm>
 
 namespace Marl::Host {
@@ -15,15 +17,6 @@ constexpr Word allWords[] = {
     {"time",     Word::Constant,  0, Builtin::Time},
     {"sample",   Word::Constant,  0, Builtin::Sample},
     {"pi",       Word::Constant,  0, Builtin::Pi},
-    {"sqr",      Word::Function,  1, Builtin::Sqr},
-    {"sqrt",     Word::Function,  1, Builtin::Sqrt},
-    {"sin",      Word::Function,  1, Builtin::Sin},
-    {"cos",      Word::Function,  1, Builtin::Cos},
-    {"length",   Word::Function,  1, Builtin::Length},
-    {"noise",    Word::Function,  1, Builtin::Noise},
-    {"pow",      Word::Function,  2, Builtin::Pow},
-    {"cross",    Word::Function,  2, Builtin::Cross},
-    {"uniform",  Word::Function,  2, Builtin::Uniform},
     {"vec",      Word::Vector,    3},
     {"rgb",      Word::Color,     3},
     {"rgba",     Word::AColor,    4},
@@ -40,9 +33,11 @@ constexpr Word allWords[] = {
 
 } // namespace
 
-std::vector<std::string_view> callableWords()
+std::vector<std::string_view> callableNames()
 {
     std::vector<std::string_view> callable;
+    for (const Function& function : allFunctions())
+        callable.push_back(function.name);
     for (const Word& word : allWords)
         if (word.takesRoundBrackets())
             callable.push_back(word.text);
@@ -53,6 +48,12 @@ const Word* findWord(std::string_view text)
 {
     const auto* found = std::ranges::find(allWords, text, &Word::text);
     return found == std::end(allWords) ? nullptr : found;
+}
+
+bool isReserved(std::string_view name)
+{
+    const Function* function = findFunction(name);
+    return findWord(name) || (function && function->form.builtin);
 }
 
 } // namespace Marl::Host

@@ -1,6 +1,9 @@
 // The help of the tool, and the man page beside it.
 #include <tests/host/scratch.h>
 
+#include <host/functions/functions.h>
+
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include <map>
@@ -58,6 +61,17 @@ TEST(Help, HasAnExampleOfEveryCommandThatTheToolTakes)
         EXPECT_THAT(help, ::testing::ContainsRegex("\nExamples?:\n  marl " + command));
         EXPECT_THAT(help, ::testing::Not(::testing::ContainsRegex("[^\n]{111}"))) << "a line is too long";
     }
+}
+
+// Word by word, and no function that there is not.
+TEST(Help, ShowsTheFunctionsThatTheDocumentHas)
+{
+    std::string rows;
+    for (const Function& function : allFunctions())
+        rows += fmt::format("| `{}` | {} | {} | {} |\n", function.callText(), function.takesText(),
+                            function.givesText(), function.sentence);
+    const std::string head = "| Function | Takes | Gives | |\n|---|---|---|---|\n";
+    EXPECT_THAT(contentOf(MARL_SOURCE_DIR "/docs/arithmetic.md"), ::testing::HasSubstr(head + rows + '\n'));
 }
 
 TEST(Help, SaysTheVersion)

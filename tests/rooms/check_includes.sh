@@ -37,7 +37,7 @@ for room in host examples tests benchmarks fuzz; do
 done
 
 below=
-for room in report scene functions analysis output; do
+for room in report functions scene analysis output; do
     below+=${below:+|}$room
     only "host/$room" "<(?!host/(?!($below)/))" "${sources[@]}"
 done
