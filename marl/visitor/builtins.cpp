@@ -17,20 +17,16 @@ void CalculationVisitor::visitBuiltinFunction(BuiltinFunctionAST* node)
     case Builtin::Time: return valueStack.push(timeParam);
     case Builtin::Sample: return valueStack.push(widened(node->sample));
     case Builtin::Pi: return valueStack.push(pi);
-    default: return callFunction(*node);
+    default: break;
     }
-}
-
-void CalculationVisitor::callFunction(const BuiltinFunctionAST& node)
-{
-    const auto arguments = argumentsOf(node);
+    const auto arguments = argumentsOf(*node);
     if (std::ranges::find(arguments, nullptr) != arguments.end())
         failIncompleteCall();
     for (ExpressionAST* argument : arguments) {
         const Level level(*this);
         evaluate(argument);
     }
-    callOnTop(node);
+    callOnTop(*node);
 }
 
 // A function takes its arguments off the stack, the last one first: one that is refused leaves those before

@@ -110,7 +110,6 @@ private:
     Matrix takeMatrix();
 
     void combineTopTwo(TOKENTYPE op);
-    void callFunction(const BuiltinFunctionAST& node);
     void callOnTop(const BuiltinFunctionAST& node);
     void callOnTop(FunctionExpressionAST& node);
     void blendTopWith(const Value& earlier, double factor);
