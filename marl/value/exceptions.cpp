@@ -15,6 +15,14 @@ const char* Exception::what() const noexcept
     return text ? text : "";
 }
 
+void Exception::happenedAt(ExpressionAST* node, PropertyAST* property) noexcept
+{
+    if (known.node)
+        return;
+    known.node = node;
+    known.property = property;
+}
+
 void fail(const char* message)
 {
     throw InvalidOpException(message);

@@ -10,7 +10,7 @@ namespace Marl {
 
 // Walks one property's expression. It binds every property reference to the first property of
 // that name, records there who refers to it, hands the parser to the nodes that look scene
-// objects up, and sorts the keys of every interpolation:
+// objects up, sorts the keys of every interpolation, and notes in every node which property holds it:
 //
 //     DecorationVisitor pass;
 //     pass.setProgram(&program);
@@ -63,9 +63,11 @@ public:
 private:
     class Level;
 
-    void walk(ExpressionAST* node);
+    void note(ExpressionAST* node);
+    void walk(ExpressionAST* parent, ExpressionAST* node);
     template <typename... Nodes>
-    void walkAll(Nodes... nodes);
+    void walkAll(ExpressionAST* parent, Nodes... nodes);
+    void bind(PropertyReferenceAST& reference);
 
     ProgramAST* program = nullptr;
     Parser* parser = nullptr;

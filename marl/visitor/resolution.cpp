@@ -1,5 +1,6 @@
 #include <marl/visitor/decoration_visitor.h>
 
+#include <marl/ast/detail/located.h>
 #include <marl/ast/function_expression.h>
 #include <marl/value/detail/failures.h>
 #include <marl/value/exceptions.h>
@@ -23,14 +24,15 @@ CharString joined(std::initializer_list<const char*> pieces)
     return CharString(text.c_str());
 }
 
-[[noreturn]] void failMissingObject(const char* object)
+[[noreturn]] void failMissingObject(const PropertyReferenceAST& reference)
 {
-    throw BadRefException(joined({"Could not find ", object, " object."}));
+    throw BadRefException(joined({"Could not find ", reference.objectName, " object."}));
 }
 
-[[noreturn]] void failMissingProperty(const char* property, const char* object)
+[[noreturn]] void failMissingProperty(const PropertyReferenceAST& reference)
 {
-    throw BadRefException(joined({"Could not find ", property, " property of object ", object}));
+    throw BadRefException(
+        joined({"Could not find ", reference.propertyName, " property of object ", reference.objectName}));
 }
 
 } // namespace
@@ -38,10 +40,10 @@ CharString joined(std::initializer_list<const char*> pieces)
 // One level of nesting, for as long as it lives.
 class DecorationVisitor::Level {
 public:
-    explicit Level(DecorationVisitor& owner) : pass(owner)
+    Level(DecorationVisitor& owner, ExpressionAST* node) : pass(owner)
     {
         if (pass.depth >= depthLimit)
-            failTooDeep();
+            at(node, failTooDeep);
         ++pass.depth;
     }
     ~Level() { --pass.depth; }
@@ -52,89 +54,108 @@ private:
     DecorationVisitor& pass;
 };
 
-void DecorationVisitor::walk(ExpressionAST* node)
+// Every node says in which property it stands, also the first one, which nobody walks to.
+void DecorationVisitor::note(ExpressionAST* node)
+{
+    node->heldBy = property;
+}
+
+void DecorationVisitor::walk(ExpressionAST* parent, ExpressionAST* node)
 {
     if (!node)
-        failIncomplete();
-    const Level level(*this);
+        at(parent, failIncomplete);
+    note(node);
+    const Level level(*this, node);
     node->accept(this);
 }
 
 template <typename... Nodes>
-void DecorationVisitor::walkAll(Nodes... nodes)
+void DecorationVisitor::walkAll(ExpressionAST* parent, Nodes... nodes)
 {
-    (walk(nodes), ...);
+    note(parent);
+    (walk(parent, nodes), ...);
 }
 
 // The target of a reference is not walked: it has a property, and a turn, of its own.
 void DecorationVisitor::visitPropertyReferenceAST(PropertyReferenceAST* node)
 {
+    note(node);
+    at(node, [&] { bind(*node); });
+}
+
+void DecorationVisitor::bind(PropertyReferenceAST& reference)
+{
     if (!program)
         failIncomplete();
-    ObjectAST* owner = program->getObject(node->objectName);
+    ObjectAST* owner = program->getObject(reference.objectName);
     if (!owner)
-        failMissingObject(node->objectName);
-    node->property = owner->getProperty(node->propertyName);
-    if (!node->property)
-        failMissingProperty(node->propertyName, node->objectName);
-    program->addReferrer(node->property, object, property);
+        failMissingObject(reference);
+    reference.property = owner->getProperty(reference.propertyName);
+    if (!reference.property)
+        failMissingProperty(reference);
+    program->addReferrer(reference.property, object, property);
 }
 
 void DecorationVisitor::visitInterpolateExpression(InterpolateExpressionAST* node)
 {
+    note(node);
     for (const InterpolateKey* key = node->firstKey; key; key = key->next) {
-        walk(key->time);
-        walk(key->value);
+        walk(node, key->time);
+        walk(node, key->value);
     }
     node->sortKeys();
 }
 
 void DecorationVisitor::visitBuiltinFunction(BuiltinFunctionAST* node)
 {
+    note(node);
     for (int i = 0; i < std::min(node->argCount, BuiltinFunctionAST::maxArgs); ++i)
         if (node->args[i])
-            walk(node->args[i]);
+            walk(node, node->args[i]);
 }
 
 void DecorationVisitor::visitListExpression(ListExpressionAST* node)
 {
+    note(node);
     for (const ListItem* item = node->firstItem; item; item = item->next)
-        walk(item->expression);
+        walk(node, item->expression);
 }
 
 void DecorationVisitor::visitFunctionExpression(FunctionExpressionAST* node)
 {
+    note(node);
     for (ExpressionAST* argument : node->arguments)
-        walk(argument);
+        walk(node, argument);
 }
 
 void DecorationVisitor::visitArrayExpressionAST(ArrayExpressionAST* node)
 {
-    walk(node->target);
+    note(node);
+    walk(node, node->target);
     for (ExpressionAST* index : node->indices)
-        walk(index);
+        walk(node, index);
 }
 
 // clang-format off
-void DecorationVisitor::visitBinaryExpression(BinaryExpressionAST* node)       { walkAll(node->left, node->right); }
-void DecorationVisitor::visitNegatedExpression(NegatedExpressionAST* node)     { walkAll(node->operand); }
-void DecorationVisitor::visitVectorExpression(VectorExpressionAST* node)       { walkAll(node->components[0], node->components[1], node->components[2]); }
-void DecorationVisitor::visitMatrixExpression(MatrixExpressionAST* node)       { walkAll(node->columns[0], node->columns[1], node->columns[2]); }
-void DecorationVisitor::visitAColorExpression(AColorExpressionAST* node)       { walkAll(node->components[0], node->components[1], node->components[2], node->components[3]); }
-void DecorationVisitor::visitTransformExpression(TransformExpressionAST* node) { walkAll(node->matrix, node->offset); }
+void DecorationVisitor::visitBinaryExpression(BinaryExpressionAST* node)       { walkAll(node, node->left, node->right); }
+void DecorationVisitor::visitNegatedExpression(NegatedExpressionAST* node)     { walkAll(node, node->operand); }
+void DecorationVisitor::visitVectorExpression(VectorExpressionAST* node)       { walkAll(node, node->components[0], node->components[1], node->components[2]); }
+void DecorationVisitor::visitMatrixExpression(MatrixExpressionAST* node)       { walkAll(node, node->columns[0], node->columns[1], node->columns[2]); }
+void DecorationVisitor::visitAColorExpression(AColorExpressionAST* node)       { walkAll(node, node->components[0], node->components[1], node->components[2], node->components[3]); }
+void DecorationVisitor::visitTransformExpression(TransformExpressionAST* node) { walkAll(node, node->matrix, node->offset); }
 
-void DecorationVisitor::visitObjectReference(ObjectReferenceAST* node) { node->parser = parser; }
-void DecorationVisitor::visitRuntimeValueAST(RuntimeValueAST* node)    { node->parser = parser; }
+void DecorationVisitor::visitObjectReference(ObjectReferenceAST* node) { note(node), node->parser = parser; }
+void DecorationVisitor::visitRuntimeValueAST(RuntimeValueAST* node)    { note(node), node->parser = parser; }
 
-void DecorationVisitor::visitNumberExpression(NumberExpressionAST*) {}
-void DecorationVisitor::visitTransformHexExpression(TransformHexExpressionAST*) {}
-void DecorationVisitor::visitStringExpression(StringExpressionAST*) {}
-void DecorationVisitor::visitListVectorExpressionAST(ListTypeExpressionAST<Vector>*) {}
-void DecorationVisitor::visitListIntExpressionAST(ListTypeExpressionAST<int>*) {}
-void DecorationVisitor::visitListColorExpressionAST(ListTypeExpressionAST<Color>*) {}
-void DecorationVisitor::visitListFloatExpressionAST(ListTypeExpressionAST<float>*) {}
-void DecorationVisitor::visitListStringExpressionAST(ListTypeExpressionAST<CharString>*) {}
-void DecorationVisitor::visitObjectIDExpression(ObjectIDExpressionAST*) {}
+void DecorationVisitor::visitNumberExpression(NumberExpressionAST* node) { note(node); }
+void DecorationVisitor::visitTransformHexExpression(TransformHexExpressionAST* node) { note(node); }
+void DecorationVisitor::visitStringExpression(StringExpressionAST* node) { note(node); }
+void DecorationVisitor::visitListVectorExpressionAST(ListTypeExpressionAST<Vector>* node) { note(node); }
+void DecorationVisitor::visitListIntExpressionAST(ListTypeExpressionAST<int>* node) { note(node); }
+void DecorationVisitor::visitListColorExpressionAST(ListTypeExpressionAST<Color>* node) { note(node); }
+void DecorationVisitor::visitListFloatExpressionAST(ListTypeExpressionAST<float>* node) { note(node); }
+void DecorationVisitor::visitListStringExpressionAST(ListTypeExpressionAST<CharString>* node) { note(node); }
+void DecorationVisitor::visitObjectIDExpression(ObjectIDExpressionAST* node) { note(node); }
 // clang-format on
 
 } // namespace Marl
