@@ -27,7 +27,7 @@ using Row = std::vector<Expected>;
 Expected expectedOf(const RandomTree& tree, ExpressionAST* root, double time, int& visitsLeft)
 {
     if (!root)
-        return {{"Expression is incomplete.", Value()}};
+        return {{"Expression is incomplete.", Value(), ""}};
     ReferenceWalk walk;
     walk.time = time;
     walk.holdsKeys = tree.holdsKeys;
@@ -36,8 +36,14 @@ Expected expectedOf(const RandomTree& tree, ExpressionAST* root, double time, in
     const int before = tree.hostsMet;
     Outcome outcome = outcomeOf(walk, root);
     visitsLeft -= walk.visits();
-    if (!outcome.failure.empty())
+    if (!outcome.failure.empty()) {
+        CalculationVisitor named; // the plain walk names no node
+        named.setTimeParam(time);
+        named.setDontInterpolate(tree.holdsKeys ? 1 : 0);
+        named.setDepthLimit(tree.depthLimit);
+        outcome.details = outcomeOf(named, root).details;
         outcome.top = Value();
+    }
     return {std::move(outcome), tree.hostsMet != before};
 }
 

@@ -11,8 +11,9 @@
 namespace Marl::Fuzz {
 
 struct Outcome {
-    std::string failure; // its message, or nothing
-    Value top;           // of the stack: the result, or what a failure left there
+    std::string failure;      // its message, or nothing
+    Value top;                // of the stack: the result, or what a failure left there
+    std::string details = {}; // what else the failure says, where it was asked: the number of its node, ...
 };
 
 Outcome outcomeOf(ReferenceWalk& walk, ExpressionAST* root); // throws ReferenceWalk::TooMuchWork

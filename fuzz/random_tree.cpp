@@ -228,6 +228,7 @@ Node* RandomTree::make()
 {
     Node* node = program.make<Node>();
     made.push_back(node);
+    node->hostData = made.size();
     return node;
 }
 

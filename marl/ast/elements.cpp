@@ -1,6 +1,7 @@
 // The elements of nodes: what an index selects in the tree.
 #include <marl/ast/program.h>
 
+#include <marl/ast/detail/located.h>
 #include <marl/value/array_hold.h>
 #include <marl/value/detail/failures.h>
 #include <marl/value/detail/precision.h>
@@ -17,7 +18,7 @@ template <int count>
 ExpressionAST* childAt(ExpressionAST* (&children)[count], int index)
 {
     if (index < 0 || index >= count)
-        failOutsideArray();
+        failOutsideArray(index, count);
     return children[index];
 }
 
@@ -74,35 +75,32 @@ ExpressionAST* ExpressionAST::getElement(int)
 
 ExpressionAST* ListExpressionAST::getElement(int index)
 {
-    if (index < 0)
-        failOutsideArray();
-    ListItem* item = firstItem;
-    for (; item && index > 0; --index)
-        item = item->next;
-    if (!item)
-        failOutsideArray();
-    return item->expression;
+    int position = 0;
+    for (const ListItem* item = firstItem; item; item = item->next, ++position)
+        if (position == index)
+            return item->expression;
+    failOutsideArray(index, position);
 }
 
 // A chain of references is followed at two speeds: in a circle the faster meets the slower.
 ExpressionAST* PropertyReferenceAST::getElement(int index)
 {
-    const PropertyReferenceAST* reference = this;
+    PropertyReferenceAST* reference = this;
     const PropertyReferenceAST* slower = this;
     for (bool slowerMoves = false;; slowerMoves = !slowerMoves) {
         if (!reference->property)
-            failUnbound();
+            at(reference, failUnbound);
         ExpressionAST* expression = reference->property->expression;
         if (!expression)
-            failIncomplete();
-        const auto* further = dynamic_cast<PropertyReferenceAST*>(expression);
+            at(reference, failIncomplete);
+        auto* further = dynamic_cast<PropertyReferenceAST*>(expression);
         if (!further)
             return expression->getElement(index);
         reference = further;
         if (slowerMoves)
             slower = static_cast<PropertyReferenceAST*>(slower->property->expression);
         if (reference == slower)
-            failCycle();
+            at(reference, failCycle);
     }
 }
 
@@ -161,7 +159,7 @@ ExpressionAST* ListTypeExpressionAST<T>::getElement(int index)
 {
     Elements& table = elementTable();
     if (index < 0 || index >= table.hold->count)
-        failOutsideArray();
+        failOutsideArray(index, table.hold->count);
     auto& slot = table.made[static_cast<std::size_t>(index)];
     auto* element = slot.load(std::memory_order_acquire);
     if (!element) {

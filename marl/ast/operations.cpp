@@ -4,6 +4,7 @@
 #include <marl/value/detail/blend.h>
 #include <marl/value/detail/failures.h>
 #include <marl/value/detail/operators.h>
+#include <marl/value/exceptions.h>
 
 #include <algorithm>
 #include <climits>
@@ -15,6 +16,11 @@ namespace Marl {
 namespace {
 
 constexpr const char* unableToSum = "Unable to sum.";
+
+[[noreturn]] void failOn(const Value& left, const Value& right, const char* message)
+{
+    throw InvalidOpException(message, {.leftKind = left.kind(), .rightKind = right.kind()});
+}
 
 // Calls `use` with the record that a value holds; not at all when its kind is none of the plain records.
 template <typename Use>
@@ -108,7 +114,7 @@ void join(Value& left, const Value& right)
     default:                    break;
     }
     // clang-format on
-    fail(unableToSum);
+    failOn(left, right, unableToSum);
 }
 
 Value blendedLists(const Value& earlierValue, const Value& laterValue, double factor)
@@ -132,7 +138,7 @@ void operateOnAnyKinds(TOKENTYPE op, Value& left, const Value& right)
     switch (op) {
     case TOKEN_MULTIPLY:
         if (!combine(Rule::product, left, right))
-            fail("Unable to multiply.");
+            failOn(left, right, "Unable to multiply.");
         return;
     case TOKEN_PLUS:
         if (!combine(Rule::sum, left, right))
@@ -140,11 +146,11 @@ void operateOnAnyKinds(TOKENTYPE op, Value& left, const Value& right)
         return;
     case TOKEN_MINUS:
         if (!combine(Rule::difference, left, right))
-            fail("Unable to subtract.");
+            failOn(left, right, "Unable to subtract.");
         return;
     case TOKEN_DIVIDE:
         if (!combine(Rule::quotient, left, right))
-            fail("Unable to divide.");
+            failOn(left, right, "Unable to divide.");
         return;
     }
     left = Value();
@@ -167,7 +173,7 @@ Value blended(const Value& earlier, const Value& later, double factor)
         if constexpr (std::is_same_v<Earlier, Later>)
             put(between, blend(e, l, factor));
         else if constexpr (canBeWeighted<Earlier> && canBeWeighted<Later>)
-            fail(unableToSum);
+            failOn(earlier, later, unableToSum);
     });
     return between;
 }

@@ -82,7 +82,7 @@ void Compiler::compileGeneric(std::uint32_t stretch, NodeIndex root)
         if (described.task == NodeTask::Time)
             emit(GenericTask::PushTime, operand);
         else if (described.isTyped || described.isApart)
-            emit(GenericTask::Push, operand).source = sourceOf(operand);
+            emit(GenericTask::Push, node).source = sourceOf(operand);
         else
             open.push_back({operand});
     }

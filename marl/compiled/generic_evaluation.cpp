@@ -16,6 +16,16 @@
 
 namespace Marl {
 
+namespace {
+
+// A walk names the node itself, or says that a host's code did not.
+bool isLeftToWalk(GenericTask task)
+{
+    return task == GenericTask::Visit || task == GenericTask::EvaluateSelected;
+}
+
+} // namespace
+
 // A failure that is like the one before is that one.
 Result BatchEvaluator::Machine::failureOf(const Exception& thrown)
 {
@@ -23,7 +33,8 @@ Result BatchEvaluator::Machine::failureOf(const Exception& thrown)
         try {
             latestFailure.rethrow();
         } catch (const Exception& before) {
-            if (typeid(before) == typeid(thrown) && std::strcmp(before.what(), thrown.what()) == 0)
+            if (typeid(before) == typeid(thrown) && before.details() == thrown.details()
+                && std::strcmp(before.what(), thrown.what()) == 0)
                 return latestFailure;
         }
     latestFailure = Result::failed(std::current_exception());
@@ -66,14 +77,8 @@ bool BatchEvaluator::Machine::enter(std::uint32_t index)
             stack.push_back(place.results[slot]);
             return false;
         }
-        if (place.isActive) {
-            try {
-                failCycle();
-            } catch (const Exception& failure) {
-                stack.push_back(failureOf(failure));
-            }
-            return false;
-        }
+        if (place.isActive)
+            failCycle();
         genericFrames.push_back({index, &program->genericInstructions[stretch.firstInstruction]});
         place.isActive = true;
         return true;
@@ -104,9 +109,9 @@ void BatchEvaluator::Machine::runGeneric()
     const std::size_t outer = genericFrames.size() - 1, base = stack.size();
     while (genericFrames.size() > outer) {
         Result failure;
+        const GenericInstruction& instruction = *genericFrames.back().instruction++;
         try {
             const std::size_t frames = genericFrames.size();
-            const GenericInstruction& instruction = *genericFrames.back().instruction++;
             if (instruction.task == GenericTask::Return) {
                 Result result = std::move(stack.back());
                 stack.pop_back();
@@ -117,7 +122,9 @@ void BatchEvaluator::Machine::runGeneric()
             if (genericFrames.size() > frames || stack.empty() || !stack.back().isFailure())
                 continue;
             failure = stack.back();
-        } catch (const Exception& thrown) {
+        } catch (Exception& thrown) {
+            if (instruction.node && !isLeftToWalk(instruction.task))
+                thrown.happenedAt(instruction.node, instruction.node->heldBy);
             failure = failureOf(thrown);
         }
         while (genericFrames.size() > outer) {
@@ -314,13 +321,7 @@ void BatchEvaluator::Machine::execute(const GenericInstruction& instruction)
     }
     case GenericTask::SelectElement: {
         const int position = truncated(popNumber());
-        ExpressionAST* whole = stack.back().getNode();
-        if (!whole)
-            failIncomplete();
-        ExpressionAST* element = whole->getElement(position);
-        if (!element)
-            failOutsideArray();
-        stack.back() = Result(element);
+        stack.back() = Result(elementAt(stack.back().getNode(), position));
         return;
     }
     case GenericTask::EvaluateSelected: return evaluateSelected();

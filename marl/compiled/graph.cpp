@@ -101,7 +101,7 @@ NodeIndex Graph::read(ExpressionAST* root)
     };
 
     bool isNew = false;
-    const NodeIndex rootNode = nodeOf(root, isNew);
+    const NodeIndex rootNode = nodeOf(root, nullptr, isNew);
     std::vector<Open> open;
     if (isNew)
         open.push_back({rootNode, 0});
@@ -109,7 +109,7 @@ NodeIndex Graph::read(ExpressionAST* root)
         const NodeIndex node = open.back().node;
         if (open.back().nextChild < nodes[node].childCount) {
             const std::uint32_t place = nodes[node].firstChild + open.back().nextChild++;
-            const NodeIndex child = nodeOf(childExpressions[place], isNew);
+            const NodeIndex child = nodeOf(childExpressions[place], nodes[node].expression, isNew);
             children[place] = child;
             nodes[child].isApart |= nodes[node].isReference;
             if (isNew)
@@ -126,12 +126,13 @@ NodeIndex Graph::read(ExpressionAST* root)
     return rootNode;
 }
 
-// Numbers are too many and too small to be worth being found again.
-NodeIndex Graph::nodeOf(ExpressionAST* expression, bool& isNew)
+// Numbers are too many and too small to be worth being found again. What is missing belongs to the node that
+// lacks it.
+NodeIndex Graph::nodeOf(ExpressionAST* expression, const ExpressionAST* parent, bool& isNew)
 {
     const auto node = static_cast<NodeIndex>(nodes.size());
     isNew = true;
-    if (!expression || classOf(*expression) != NodeClass::Number) {
+    if (expression && classOf(*expression) != NodeClass::Number) {
         const auto [place, isInserted] = byAddress.try_emplace(expression, node);
         isNew = isInserted;
         if (!isNew)
@@ -139,6 +140,8 @@ NodeIndex Graph::nodeOf(ExpressionAST* expression, bool& isNew)
     }
     nodes.emplace_back();
     describe(node, expression);
+    if (!expression)
+        nodes[node].expression = parent;
     return node;
 }
 

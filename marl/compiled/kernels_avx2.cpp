@@ -23,7 +23,7 @@ using Lane = double __attribute__((vector_size(16)));
 using Lane = double __attribute__((vector_size(32)));
 #endif
 
-}
+} // namespace
 } // namespace Marl
 
 #include <marl/compiled/detail/kernel_source.h>

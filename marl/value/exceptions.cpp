@@ -33,9 +33,13 @@ void failIncomplete()     { fail("Expression is incomplete."); }
 void failTooDeep()        { fail("Expression is nested too deeply."); }
 void failUnbound()        { fail("Property reference is not bound."); }
 void failCycle()          { fail("Property references form a cycle."); }
-void failOutsideArray()   { fail("Array index is out of range."); }
 void failIncompleteCall() { fail("Built-in function lacks an argument."); }
 void failWithoutKeys()    { fail("Interpolate expression has no keys."); }
 // clang-format on
+
+void failOutsideArray(int index, int count)
+{
+    throw InvalidOpException("Array index is out of range.", {.index = index, .count = count});
+}
 
 } // namespace Marl

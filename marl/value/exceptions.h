@@ -17,7 +17,8 @@ class PropertyAST;
 struct FailureDetails {
     ExpressionAST* node = nullptr;
     PropertyAST* property = nullptr;
-    std::optional<ValueType> leftKind, rightKind;
+    std::optional<ValueType> leftKind = {};
+    std::optional<ValueType> rightKind = {};
     std::int64_t index = 0;
     std::int64_t count = -1;
     std::int64_t byte = -1;

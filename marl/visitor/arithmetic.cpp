@@ -5,17 +5,17 @@ namespace Marl {
 
 void CalculationVisitor::visitBinaryExpression(BinaryExpressionAST* node)
 {
-    const Level level(*this);
-    evaluate(node->left);
-    evaluate(node->right);
-    combineTopTwo(node->op);
+    const Level level(*this, node);
+    evaluate(node, node->left);
+    evaluate(node, node->right);
+    combineTopTwo(node);
 }
 
 // Both operands leave the stack, also when the operator throws.
-void CalculationVisitor::combineTopTwo(TOKENTYPE op)
+void CalculationVisitor::combineTopTwo(BinaryExpressionAST* node)
 {
     try {
-        operate(op, valueStack.below(), valueStack.top());
+        at(node, [&] { operate(node->op, valueStack.below(), valueStack.top()); });
     } catch (...) {
         valueStack.pop();
         valueStack.pop();
@@ -26,8 +26,8 @@ void CalculationVisitor::combineTopTwo(TOKENTYPE op)
 
 void CalculationVisitor::visitNegatedExpression(NegatedExpressionAST* node)
 {
-    const Level level(*this);
-    evaluate(node->operand);
+    const Level level(*this, node);
+    evaluate(node, node->operand);
     changeSign(valueStack.top());
 }
 

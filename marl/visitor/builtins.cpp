@@ -21,39 +21,39 @@ void CalculationVisitor::visitBuiltinFunction(BuiltinFunctionAST* node)
     }
     const auto arguments = argumentsOf(*node);
     if (std::ranges::find(arguments, nullptr) != arguments.end())
-        failIncompleteCall();
+        at(node, failIncompleteCall);
     for (ExpressionAST* argument : arguments) {
-        const Level level(*this);
-        evaluate(argument);
+        const Level level(*this, node);
+        evaluate(node, argument);
     }
-    callOnTop(*node);
+    callOnTop(node);
 }
 
 // A function takes its arguments off the stack, the last one first: one that is refused leaves those before
 // it there.
-void CalculationVisitor::callOnTop(const BuiltinFunctionAST& node)
+void CalculationVisitor::callOnTop(BuiltinFunctionAST* node)
 {
     const auto number = [this](const char* complaint) { return takeNumber(complaint); };
     const auto point = [this] { return takePoint(); };
-    valueStack.push(call(node, number, point));
+    valueStack.push(at(node, [&] { return call(*node, number, point); }));
 }
 
 void CalculationVisitor::visitFunctionExpression(FunctionExpressionAST* node)
 {
     for (ExpressionAST* argument : node->arguments) {
-        const Level level(*this);
-        evaluate(argument);
+        const Level level(*this, node);
+        evaluate(node, argument);
     }
-    callOnTop(*node);
+    callOnTop(node);
 }
 
 // The arguments leave the stack, also when the function throws.
-void CalculationVisitor::callOnTop(FunctionExpressionAST& node)
+void CalculationVisitor::callOnTop(FunctionExpressionAST* node)
 {
-    const std::size_t count = node.arguments.size();
+    const std::size_t count = node->arguments.size();
     Value result;
     try {
-        result = node.call(valueStack.newest(count), {timeParam, dontInterpolate != 0});
+        result = at(node, [&] { return node->call(valueStack.newest(count), {timeParam, dontInterpolate != 0}); });
     } catch (...) {
         valueStack.pop(count);
         throw;

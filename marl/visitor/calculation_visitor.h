@@ -99,23 +99,24 @@ private:
     class HeldValue;
     struct Bracket;
 
-    void passOn(ExpressionAST* node);
-    void evaluate(ExpressionAST* node);
-    void settle(std::ptrdiff_t before);
+    // What fails in these names the node.
+    void passOn(ExpressionAST* node, ExpressionAST* child);
+    void evaluate(ExpressionAST* node, ExpressionAST* child);
+    void settle(ExpressionAST* node, std::ptrdiff_t before);
 
     Value takeValue();
     double takeNumber(const char* complaint);
-    double takeNumberOrLeave(const char* complaint);
+    double takeNumberOrLeave(ExpressionAST* node, const char* complaint);
     TracePoint takePoint();
     Matrix takeMatrix();
 
-    void combineTopTwo(TOKENTYPE op);
-    void callOnTop(const BuiltinFunctionAST& node);
-    void callOnTop(FunctionExpressionAST& node);
-    void blendTopWith(const Value& earlier, double factor);
+    void combineTopTwo(BinaryExpressionAST* node);
+    void callOnTop(BuiltinFunctionAST* node);
+    void callOnTop(FunctionExpressionAST* node);
+    void blendTopWith(InterpolateExpressionAST* node, const Value& earlier, double factor);
     bool knowsTimes(const InterpolateExpressionAST* node) const;
     Bracket bracketKnownTime(const InterpolateExpressionAST::ConstantTimes& known) const;
-    Bracket bracketVaryingTime(const InterpolateExpressionAST* node);
+    Bracket bracketVaryingTime(InterpolateExpressionAST* node);
 
     template <typename T>
     void pushTypedList(ListTypeExpressionAST<T>* node);

@@ -38,13 +38,13 @@ private:
 // them count. Every key's time is evaluated all the same. Part of the visit in every build, for its frame would
 // count at every level.
 [[gnu::always_inline]] inline CalculationVisitor::Bracket
-CalculationVisitor::bracketVaryingTime(const InterpolateExpressionAST* node)
+CalculationVisitor::bracketVaryingTime(InterpolateExpressionAST* node)
 {
     InterpolateKey *previous = nullptr, *earlier = nullptr, *later = nullptr;
     double firstTime = 0, previousTime = 0, factor = 0;
     for (InterpolateKey* key = node->firstKey; key; key = key->next) {
-        evaluate(key->time);
-        const double time = takeNumberOrLeave(Complaint::keyTime);
+        evaluate(node, key->time);
+        const double time = takeNumberOrLeave(node, Complaint::keyTime);
         if (!previous)
             firstTime = time;
         else if (!later && timeParam >= previousTime && !(timeParam >= time)) {
@@ -56,7 +56,7 @@ CalculationVisitor::bracketVaryingTime(const InterpolateExpressionAST* node)
         previousTime = time;
     }
     if (!previous)
-        failWithoutKeys();
+        at(node, failWithoutKeys);
     if (previous == node->firstKey || !(timeParam > firstTime))
         return {node->firstKey};
     if (timeParam >= previousTime)
@@ -66,16 +66,16 @@ CalculationVisitor::bracketVaryingTime(const InterpolateExpressionAST* node)
 
 void CalculationVisitor::visitInterpolateExpression(InterpolateExpressionAST* node)
 {
-    const Level level(*this);
+    const Level level(*this, node);
     const Bracket keys = knowsTimes(node) ? bracketKnownTime(node->constantTimes()) : bracketVaryingTime(node);
     if (!keys.earlier)
-        failIncomplete();
+        at(node, failIncomplete);
     if (!keys.later || dontInterpolate != 0)
-        return passOn(keys.earlier->value);
-    evaluate(keys.earlier->value);
+        return passOn(node, keys.earlier->value);
+    evaluate(node, keys.earlier->value);
     const HeldValue earlier(*this);
-    evaluate(keys.later->value);
-    blendTopWith(*earlier, keys.factor);
+    evaluate(node, keys.later->value);
+    blendTopWith(node, *earlier, keys.factor);
 }
 
 // Times that sortKeys() found constant need no visit. That must hide neither a time that nests too deeply
@@ -100,10 +100,10 @@ CalculationVisitor::bracketKnownTime(const InterpolateExpressionAST::ConstantTim
 }
 
 // The later value lies on the stack and leaves it, also when the blend throws.
-void CalculationVisitor::blendTopWith(const Value& earlier, double factor)
+void CalculationVisitor::blendTopWith(InterpolateExpressionAST* node, const Value& earlier, double factor)
 {
     const Value later = takeValue();
-    valueStack.push(blended(earlier, later, factor));
+    valueStack.push(at(node, [&] { return blended(earlier, later, factor); }));
 }
 
 } // namespace Marl

@@ -18,21 +18,21 @@ void CalculationVisitor::visitObjectIDExpression(ObjectIDExpressionAST* node)
 void CalculationVisitor::visitObjectReference(ObjectReferenceAST* node)
 {
     if (!node->parser)
-        fail("Object reference has no parser.");
+        at(node, [] { fail("Object reference has no parser."); });
     valueStack.push(node->parser->findObject(node->objectName));
 }
 
 void CalculationVisitor::visitRuntimeValueAST(RuntimeValueAST* node)
 {
     if (!node->parser)
-        fail("Runtime value has no parser.");
+        at(node, [] { fail("Runtime value has no parser."); });
     valueStack.push(RuntimeValue{node->parser->findObject(node->objectName), node->propertyName});
 }
 
 // The value gets text of its own, so that later changes of the node do not reach it.
 void CalculationVisitor::visitStringExpression(StringExpressionAST* node)
 {
-    node->load();
+    at(node, [&] { node->load(); });
     Value value(node->text.clone());
     value.setScenePath(node->scenePath.clone());
     valueStack.push(std::move(value));
@@ -40,9 +40,9 @@ void CalculationVisitor::visitStringExpression(StringExpressionAST* node)
 
 class CalculationVisitor::ActiveReference {
 public:
-    ActiveReference(CalculationVisitor& owner, const PropertyAST* property) : evaluator(owner)
+    ActiveReference(CalculationVisitor& owner, PropertyReferenceAST* node) : evaluator(owner)
     {
-        evaluator.activeProperties.enter(property);
+        at(node, [&] { evaluator.activeProperties.enter(node->property); });
     }
     ~ActiveReference() { evaluator.activeProperties.leave(); }
     ActiveReference(const ActiveReference&) = delete;
@@ -54,11 +54,11 @@ private:
 
 void CalculationVisitor::visitPropertyReferenceAST(PropertyReferenceAST* node)
 {
-    const Level level(*this);
+    const Level level(*this, node);
     if (!node->property)
-        failUnbound();
-    const ActiveReference active(*this, node->property);
-    passOn(node->property->expression);
+        at(node, failUnbound);
+    const ActiveReference active(*this, node);
+    passOn(node, node->property->expression);
 }
 
 } // namespace Marl

@@ -11,8 +11,8 @@ void CalculationVisitor::visitListExpression(ListExpressionAST* node)
     ArrayHold<Value> list(node->itemCount);
     int i = 0;
     for (const ListItem* item = node->firstItem; item; item = item->next, ++i) {
-        const Level level(*this);
-        evaluate(item->expression);
+        const Level level(*this, node);
+        evaluate(node, item->expression);
         if (i < list->count)
             list[i] = std::move(valueStack.top());
         valueStack.pop();
@@ -23,7 +23,7 @@ void CalculationVisitor::visitListExpression(ListExpressionAST* node)
 template <typename T>
 void CalculationVisitor::pushTypedList(ListTypeExpressionAST<T>* node)
 {
-    ArrayHold<T> list(node->loaded ? PtrArray<T>(node->values) : node->readFromSource());
+    ArrayHold<T> list(node->loaded ? PtrArray<T>(node->values) : at(node, [&] { return node->readFromSource(); }));
     valueStack.push(*list);
 }
 
@@ -44,18 +44,13 @@ void CalculationVisitor::visitListStringExpressionAST(ListTypeExpressionAST<Char
 // Works on the tree: only the selected element is evaluated, the target as a whole is not.
 void CalculationVisitor::visitArrayExpressionAST(ArrayExpressionAST* node)
 {
-    const Level level(*this);
+    const Level level(*this, node);
     ExpressionAST* selected = node->target;
     for (ExpressionAST* index : node->indices) {
-        evaluate(index);
-        const int position = truncated(takeNumber(Complaint::index));
-        if (!selected)
-            failIncomplete();
-        selected = selected->getElement(position);
-        if (!selected)
-            failOutsideArray();
+        evaluate(node, index);
+        selected = at(node, [&] { return elementAt(selected, truncated(takeNumber(Complaint::index))); });
     }
-    passOn(selected);
+    passOn(node, selected);
 }
 
 } // namespace Marl

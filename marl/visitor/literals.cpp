@@ -11,11 +11,11 @@ void CalculationVisitor::visitVectorExpression(VectorExpressionAST* node)
     const auto type = ValueType(node->valueType);
     if (type != ValueType::Vector && type != ValueType::Color)
         return;
-    const Level level(*this);
+    const Level level(*this, node);
     double components[3];
     for (int i = 0; i < 3; ++i) {
-        evaluate(node->components[i]);
-        components[i] = takeNumberOrLeave(type == ValueType::Vector ? Complaint::vector : Complaint::color);
+        evaluate(node, node->components[i]);
+        components[i] = takeNumberOrLeave(node, type == ValueType::Vector ? Complaint::vector : Complaint::color);
     }
     const auto& [x, y, z] = components;
     if (type == ValueType::Vector)
@@ -26,11 +26,11 @@ void CalculationVisitor::visitVectorExpression(VectorExpressionAST* node)
 
 void CalculationVisitor::visitAColorExpression(AColorExpressionAST* node)
 {
-    const Level level(*this);
+    const Level level(*this, node);
     float components[4];
     for (int i = 0; i < 4; ++i) {
-        evaluate(node->components[i]);
-        components[i] = single(takeNumberOrLeave(Complaint::acolor));
+        evaluate(node, node->components[i]);
+        components[i] = single(takeNumberOrLeave(node, Complaint::acolor));
     }
     const auto& [red, green, blue, alpha] = components;
     valueStack.push(AColor{red, green, blue, alpha});
@@ -38,10 +38,10 @@ void CalculationVisitor::visitAColorExpression(AColorExpressionAST* node)
 
 void CalculationVisitor::visitMatrixExpression(MatrixExpressionAST* node)
 {
-    const Level level(*this);
+    const Level level(*this, node);
     Matrix matrix;
     for (int k = 0; k < 3; ++k) {
-        evaluate(node->columns[k]);
+        evaluate(node, node->columns[k]);
         matrix.columns[k] = narrowed(takePoint());
     }
     valueStack.push(matrix);
@@ -49,18 +49,18 @@ void CalculationVisitor::visitMatrixExpression(MatrixExpressionAST* node)
 
 void CalculationVisitor::visitTransformExpression(TransformExpressionAST* node)
 {
-    const Level level(*this);
+    const Level level(*this, node);
     TraceTransform transform;
-    evaluate(node->matrix);
+    evaluate(node, node->matrix);
     transform.matrix = takeMatrix();
-    evaluate(node->offset);
+    evaluate(node, node->offset);
     transform.offset = takePoint();
     valueStack.push(transform);
 }
 
 void CalculationVisitor::visitTransformHexExpression(TransformHexExpressionAST* node)
 {
-    valueStack.push(node->readFromSource());
+    valueStack.push(at(node, [&] { return node->readFromSource(); }));
 }
 
 } // namespace Marl

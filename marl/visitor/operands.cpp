@@ -5,10 +5,10 @@ namespace Marl {
 // A vector literal of no known kind leaves no value, nor does a host's node that forgets to. More than one is
 // left by a host's node that catches what a child throws and evaluates another one: what the failure left lies
 // below the value then, and is given up.
-void CalculationVisitor::settle(std::ptrdiff_t before)
+void CalculationVisitor::settle(ExpressionAST* node, std::ptrdiff_t before)
 {
     if (valueStack.height() <= before)
-        failIncomplete();
+        at(node, failIncomplete);
     while (valueStack.height() > before + ValueStack::valueHeight) {
         valueStack.below() = std::move(valueStack.top());
         valueStack.pop();
@@ -27,9 +27,9 @@ double CalculationVisitor::takeNumber(const char* complaint)
 }
 
 // What is refused stays on the stack.
-double CalculationVisitor::takeNumberOrLeave(const char* complaint)
+double CalculationVisitor::takeNumberOrLeave(ExpressionAST* node, const char* complaint)
 {
-    const double number = numberOrThrow(valueStack.top(), complaint);
+    const double number = at(node, [&] { return numberOrThrow(valueStack.top(), complaint); });
     valueStack.pop();
     return number;
 }

@@ -79,7 +79,8 @@ TEST_F(HostNodes, GiveAValueAFailureOrNothing)
     auto* handsOn = t.traced('x', time);
     auto* vectors = t.traced('v', vector);
     auto* leavesSeveral = node([this](Visitor& visitor) { t.list({1})->accept(&visitor); });
-    auto* fromATree = node([&](Visitor& visitor) { t.keys({{0, 1}, {2, vector}})->accept(&visitor); });
+    auto* tree = t.keys({{0, 1}, {2, vector}});
+    auto* fromATree = node([&](Visitor& visitor) { tree->accept(&visitor); });
     for (ExpressionAST* host :
          Expressions{fails, nothing, handsOn, vectors, leavesSeveral, fromATree, t.traced('a', handsOn)})
         for (const bool hold : {false, true})

@@ -1,6 +1,7 @@
 #include <tests/support/compiled.h>
 
 #include <tests/support/shown.h>
+#include <tests/support/tree.h>
 
 #include <marl/value/exceptions.h>
 #include <marl/visitor/calculation_visitor.h>
@@ -9,19 +10,56 @@
 
 #include <concepts>
 #include <limits>
+#include <ostream>
 #include <set>
 
 namespace Marl::Tests {
 
 namespace {
 
-std::string shownOrFailure(const std::invocable auto& evaluate)
+// What was computed, or how it failed.
+struct Outcome {
+    std::string result;
+    std::string details; // of a failure
+
+    bool operator==(const Outcome&) const = default;
+    friend std::ostream& operator<<(std::ostream& out, const Outcome& outcome)
+    {
+        return out << outcome.result << " " << outcome.details;
+    }
+};
+
+Outcome outcomeOf(const std::invocable auto& evaluate)
 try {
-    return shown(evaluate());
+    return {shown(evaluate()), ""};
 } catch (const InvalidOpException& failure) {
-    return "fails: " + std::string(failure.what());
+    return {"fails: " + std::string(failure.what()), detailsOf(failure)};
 } catch (const BadRefException& failure) {
-    return "fails to refer: " + std::string(failure.what());
+    return {"fails to refer: " + std::string(failure.what()), detailsOf(failure)};
+}
+
+Outcome outcomeOf(ExpressionAST* node, double time, const Settings& settings)
+{
+    return outcomeOf([&] {
+        CalculationVisitor walk;
+        walk.setTimeParam(time);
+        walk.setDontInterpolate(settings.hold ? 1 : 0);
+        walk.setDepthLimit(settings.depthLimit);
+        if (!node)
+            throw InvalidOpException("Expression is incomplete.");
+        node->accept(&walk);
+        return walk.getResult();
+    });
+}
+
+Outcome outcomeOf(const Column& column, std::size_t i)
+{
+    return outcomeOf([&] { return column.valueAt(i); });
+}
+
+Outcome outcomeOf(BatchEvaluator& evaluator, double time, std::size_t expression)
+{
+    return outcomeOf([&] { return evaluator.valueAt(time, expression); });
 }
 
 bool isFailure(const std::string& result)
@@ -65,26 +103,17 @@ const std::vector<std::size_t> batchSizes = {1,  2,  15,  16,  17,  31,  32,  33
 
 std::string walked(ExpressionAST* node, double time, const Settings& settings)
 {
-    return shownOrFailure([&] {
-        CalculationVisitor walk;
-        walk.setTimeParam(time);
-        walk.setDontInterpolate(settings.hold ? 1 : 0);
-        walk.setDepthLimit(settings.depthLimit);
-        if (!node)
-            throw InvalidOpException("Expression is incomplete.");
-        node->accept(&walk);
-        return walk.getResult();
-    });
+    return outcomeOf(node, time, settings).result;
 }
 
 std::string resultOf(const Column& column, std::size_t i)
 {
-    return shownOrFailure([&] { return column.valueAt(i); });
+    return outcomeOf(column, i).result;
 }
 
 std::string resultOf(BatchEvaluator& evaluator, double time, std::size_t expression)
 {
-    return shownOrFailure([&] { return evaluator.valueAt(time, expression); });
+    return outcomeOf(evaluator, time, expression).result;
 }
 
 Times scattered(std::size_t count)
@@ -109,11 +138,11 @@ void expectAsWalked(BatchEvaluator& evaluator, const Expressions& expressions, c
         const Column& column = evaluator.column(e);
         ASSERT_EQ(column.size(), times.size());
         for (std::size_t i = 0; i < times.size(); ++i) {
-            const std::string expected = walked(expressions[e], times[i], settings);
-            ASSERT_EQ(resultOf(column, i), expected) << "at " << times[i] << ", " << i << " of " << times.size();
-            ASSERT_EQ(column.failed(i), isFailure(expected));
+            const Outcome expected = outcomeOf(expressions[e], times[i], settings);
+            ASSERT_EQ(outcomeOf(column, i), expected) << "at " << times[i] << ", " << i << " of " << times.size();
+            ASSERT_EQ(column.failed(i), isFailure(expected.result));
             if (i < 20) {
-                ASSERT_EQ(resultOf(evaluator, times[i], e), expected) << "alone at " << times[i];
+                ASSERT_EQ(outcomeOf(evaluator, times[i], e), expected) << "alone at " << times[i];
             }
         }
         expectKind(column);

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <sstream>
 
 namespace Marl::Tests {
 
@@ -169,6 +170,21 @@ ExpressionAST* Tree::traced(char letter, const Operand& operand)
 ExpressionAST* Tree::failing()
 {
     return with(&HostNode::inner, []() -> ExpressionAST* { throw InvalidOpException("Failed on purpose."); });
+}
+
+std::string detailsOf(const Exception& failure)
+{
+    std::ostringstream text;
+    if (std::string_view(failure.what()) != "Property references form a cycle.")
+        text << "node " << failure.node() << " in " << failure.property();
+    if (failure.leftKind() && failure.rightKind())
+        text << " of " << kindLetters[static_cast<int>(*failure.leftKind())]
+             << kindLetters[static_cast<int>(*failure.rightKind())];
+    if (failure.index() != 0 || failure.count() != -1)
+        text << " " << failure.index() << " of " << failure.count();
+    if (failure.byte() != -1)
+        text << " byte " << failure.byte();
+    return text.str();
 }
 
 Value evaluated(ExpressionAST* node, double time, bool hold)

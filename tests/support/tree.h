@@ -104,6 +104,10 @@ try {
     return failure.what();
 }
 
+// What the failure knows beside its message: "node ..., in property, of number and vector, 7 of 2, byte 5". Of a
+// circle any of its references may be named, and so none is shown.
+std::string detailsOf(const Exception& failure);
+
 Value evaluated(ExpressionAST* node, double time = 0, bool hold = false);
 
 // Shown as text, or as "fails: " and the message.

@@ -4,10 +4,12 @@
 #include <tests/support/tree.h>
 
 #include <marl/visitor/calculation_visitor.h>
+#include <marl/visitor/decoration_visitor.h>
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <sstream>
 
 namespace Marl::Tests {
 namespace {
@@ -128,6 +130,61 @@ TEST(Failures, SayWhyAndLeaveWhatIsToBeLeft)
         EXPECT_EQ(t.trail, row.trail) << row.name;
         t.sum(1, 2)->accept(&evaluator);
         EXPECT_EQ(shown(evaluator.getResult()), "3") << row.name << ", the evaluator stays usable";
+    }
+}
+
+TEST(Failures, NameTheInnermostNodeAndWhatItMet)
+{
+    Tree t;
+    SourceOwner owner;
+    FakeStream stream("0123 x");
+    const auto read = [&](int offset) {
+        return placed(t.program.make<ListTypeExpressionAST<int>>(), owner, stream, offset, 3);
+    };
+    PropertyAST* const other = t.property(t.sum(1, vector));
+    DecorationVisitor pass;
+    pass.setProperty(other);
+    other->expression->accept(&pass);
+    ExpressionAST* const wrong = t.product(Matrix(1), vector);
+    ExpressionAST* const blended = t.keys({{-5, 1}, {5, vector}});
+    ExpressionAST* const lacking = t.negated(nullptr);
+    ExpressionAST* const valueless = t.negated(t.vec(1, 2, 3, ValueType::Matrix));
+    ExpressionAST* const item = t.element(t.list({1, 2}), {7});
+    ExpressionAST* const component = t.element(vector, {-1});
+    ExpressionAST* const datum = t.element(read(0), {2});
+    ExpressionAST* const function = t.call(Builtin::Sin, {undefined});
+    ExpressionAST* const unbound = t.reference("a", "b");
+    ExpressionAST* const unreadable = read(3);
+    const struct {
+        const char* name;
+        ExpressionAST* expression;
+        ExpressionAST* node;
+        const char* rest = ""; // the kinds of the operands, the index and the count, the byte
+        PropertyAST* property = nullptr;
+    } rows[] = {
+        {"operator", t.list({t.sum(1, wrong)}), wrong, " of MV"},
+        {"blend", blended, blended, " of NV"},
+        {"missing child", t.sum(lacking, 1), lacking},
+        {"child without value", valueless, valueless},
+        {"item", t.negated(item), item, " 7 of 2"},
+        {"component", component, component, " -1 of 3"},
+        {"datum", datum, datum, " 2 of 1"},
+        {"function", t.vec(1, 2, function), function},
+        {"unbound", t.element(unbound, {0}), unbound},
+        {"source", t.list({unreadable}), unreadable, " byte 5"},
+        {"another property", t.negated(t.reference(other)), other->expression, " of NV", other},
+        {"a host that does not say", t.negated(t.failing()), nullptr},
+    };
+    for (const auto& row : rows) {
+        CalculationVisitor evaluator;
+        std::ostringstream expected;
+        expected << "node " << row.node << " in " << row.property << row.rest;
+        try {
+            row.expression->accept(&evaluator);
+            ADD_FAILURE() << row.name;
+        } catch (const InvalidOpException& failure) {
+            EXPECT_EQ(detailsOf(failure), expected.str()) << row.name;
+        }
     }
 }
 

@@ -147,7 +147,13 @@ TEST_F(Resolution, AFailureLeavesWhatWasWalkedBefore)
     auto* noProperty = t.reference("lamp", "pwoer");
     noObject->property = noProperty->property = power;
     EXPECT_THROW(walk(t.list({good, noObject, t.reference("lamp", "power")})), BadRefException);
-    EXPECT_THROW(walk(noProperty), BadRefException);
+    try {
+        walk(noProperty, nullptr, power);
+        ADD_FAILURE();
+    } catch (const BadRefException& failure) {
+        EXPECT_EQ(failure.node(), noProperty);
+        EXPECT_EQ(failure.property(), power);
+    }
     EXPECT_EQ(good->property, power);
     EXPECT_EQ(noObject->property, power);
     EXPECT_EQ(noProperty->property, nullptr);

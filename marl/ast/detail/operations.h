@@ -1,5 +1,5 @@
-// Operators, literals and keys on values: which rule of arithmetic (marl/value/detail) applies to which kinds,
-// and what is said when none does.
+// Operators, literals, keys and indices: which rule of arithmetic (marl/value/detail) applies to which kinds, and
+// what is said when none does.
 #pragma once
 
 #include <marl/ast/nodes.h>
@@ -59,6 +59,17 @@ inline double numberOrThrow(const Value& value, const char* complaint)
     if (isUndefined(value))
         fail(complaint);
     return value.getDouble();
+}
+
+// The element of a whole that an index selects.
+inline ExpressionAST* elementAt(ExpressionAST* whole, int index)
+{
+    if (!whole)
+        failIncomplete();
+    ExpressionAST* element = whole->getElement(index);
+    if (!element)
+        failOutsideArray(index);
+    return element;
 }
 
 // Said of a value that is no number where one is expected.

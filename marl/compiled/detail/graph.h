@@ -40,7 +40,7 @@ using NodeIndex = std::uint32_t;
 using Failure = void(); // throws
 
 struct GraphNode {
-    const ExpressionAST* expression = nullptr;
+    const ExpressionAST* expression = nullptr; // of a missing one: that which lacks it
     NodeTask task = NodeTask::Fail;
     // A typed node's kind follows from the tree, and it cannot fail.
     bool isTyped = false;
@@ -91,7 +91,7 @@ private:
 
     void addZeros();
     NodeIndex read(ExpressionAST* root);
-    NodeIndex nodeOf(ExpressionAST* expression, bool& isNew);
+    NodeIndex nodeOf(ExpressionAST* expression, const ExpressionAST* parent, bool& isNew);
     void describe(NodeIndex node, ExpressionAST* expression);
     void describeKeys(NodeIndex node, InterpolateExpressionAST* keys);
     void describeCall(NodeIndex node, BuiltinFunctionAST* call);

@@ -10,7 +10,7 @@ namespace Marl {
 [[noreturn]] void failTooDeep();
 [[noreturn]] void failUnbound(); // a reference before, or after a failed, resolution
 [[noreturn]] void failCycle();
-[[noreturn]] void failOutsideArray();
+[[noreturn]] void failOutsideArray(int index, int count = -1); // -1 where nobody says how many there are
 [[noreturn]] void failIncompleteCall();
 [[noreturn]] void failWithoutKeys();
 

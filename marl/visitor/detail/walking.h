@@ -5,6 +5,7 @@
 // its own finishes on the stack.
 #pragma once
 
+#include <marl/ast/detail/located.h>
 #include <marl/ast/detail/operations.h>
 #include <marl/value/detail/failures.h>
 #include <marl/visitor/calculation_visitor.h>
@@ -16,10 +17,10 @@ namespace Marl {
 // One level of nesting, for as long as it lives. A visit with children begins with one.
 class CalculationVisitor::Level {
 public:
-    explicit Level(CalculationVisitor& owner) : evaluator(owner)
+    Level(CalculationVisitor& owner, ExpressionAST* node) : evaluator(owner)
     {
         if (evaluator.depth >= evaluator.depthLimit)
-            failTooDeep();
+            at(node, failTooDeep);
         ++evaluator.depth;
     }
     ~Level() { --evaluator.depth; }
@@ -30,21 +31,21 @@ private:
     CalculationVisitor& evaluator;
 };
 
-// What the node leaves on the stack is the visit's result, be it nothing.
-inline void CalculationVisitor::passOn(ExpressionAST* node)
+// What the child leaves on the stack is the node's result, be it nothing.
+inline void CalculationVisitor::passOn(ExpressionAST* node, ExpressionAST* child)
 {
-    if (!node)
-        failIncomplete();
-    node->accept(this);
+    if (!child)
+        at(node, failIncomplete);
+    child->accept(this);
 }
 
-// Leaves one value, be it undefined.
-inline void CalculationVisitor::evaluate(ExpressionAST* node)
+// Leaves one value of the node's child, be it undefined.
+inline void CalculationVisitor::evaluate(ExpressionAST* node, ExpressionAST* child)
 {
     const std::ptrdiff_t before = valueStack.height();
-    passOn(node);
+    passOn(node, child);
     if (valueStack.height() != before + ValueStack::valueHeight)
-        settle(before);
+        settle(node, before);
 }
 
 inline Value CalculationVisitor::takeValue()
