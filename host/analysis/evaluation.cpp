@@ -34,18 +34,16 @@ void evaluateWith(CalculationVisitor& evaluator, const SceneProperty& property, 
     property.property->expression->accept(&evaluator);
 }
 
-// What a failing operator or blend was given: its last two values.
-std::string kindsThatMet(const TracingEvaluator::Step& step)
+// What a failing operator or blend was given.
+std::string kindsThatMet(const Exception& failure)
 {
-    if (step.kinds.size() < 2)
+    if (!failure.leftKind() || !failure.rightKind())
         return {};
-    const std::string earlier = kindWithArticle(step.kinds[step.kinds.size() - 2]);
-    const std::string later = kindWithArticle(step.kinds.back());
-    if (dynamic_cast<BinaryExpressionAST*>(step.node))
-        return fmt::format("The left side is {}, the right side {}. ", earlier, later);
-    if (dynamic_cast<InterpolateExpressionAST*>(step.node))
-        return fmt::format("The earlier key is {}, the later {}. ", earlier, later);
-    return {};
+    const std::string left = kindWithArticle(static_cast<int>(*failure.leftKind()));
+    const std::string right = kindWithArticle(static_cast<int>(*failure.rightKind()));
+    if (dynamic_cast<InterpolateExpressionAST*>(failure.node()))
+        return fmt::format("The earlier key is {}, the later {}. ", left, right);
+    return fmt::format("The left side is {}, the right side {}. ", left, right);
 }
 
 } // namespace
@@ -57,34 +55,13 @@ Value evaluate(const SceneProperty& property, const Moment& moment)
     return evaluator.getResult();
 }
 
-Failure findFailure(Scene& scene, const SceneProperty& property, const Moment& moment, const Exception& thrown)
+Diagnostic diagnosticOf(const Scene& scene, const SceneProperty& property, double time, const Exception& failure)
 {
-    TracingEvaluator tracer;
-    std::string remark;
-    try {
-        evaluateWith(tracer, property, moment);
-    } catch (const Exception&) { // the failure that is looked for
-    } catch (const TooManyVisits&) {
-        tracer.way.clear();
-        remark = "Where in it is not known, because it visits too many nodes. ";
-    }
-
-    Failure failure{{Severity::Error, scene.placeOf(property.property), thrown.what()}, nullptr, property.property};
-    if (!tracer.way.empty()) {
-        failure.innermost = tracer.way.back().node;
-        remark = kindsThatMet(tracer.way.back());
-    }
-    for (const auto& step : tracer.way) {
-        if (const auto place = scene.places.find(step.node))
-            failure.diagnostic.place = *place;
-        const auto* reference = dynamic_cast<PropertyReferenceAST*>(step.node);
-        if (reference && &step != &tracer.way.back())
-            failure.in = reference->property;
-    }
-    if (thrown.byte() >= 0)
-        failure.diagnostic.place = {thrown.byte(), thrown.byte()};
-    failure.diagnostic.hint = fmt::format("{}({} at time {})", remark, property.name(), numberText(moment.time));
-    return failure;
+    Span place = scene.places.find(failure.node()).value_or(scene.placeOf(property.property));
+    if (failure.byte() >= 0)
+        place = {failure.byte(), failure.byte()};
+    return {Severity::Error, place, failure.what(),
+            fmt::format("{}({} at time {})", kindsThatMet(failure), property.name(), numberText(time))};
 }
 
 } // namespace Marl::Host

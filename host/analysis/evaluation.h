@@ -1,4 +1,4 @@
-// Evaluating one property, and the place where that fails.
+// Evaluating one property, and what is said where that fails.
 #pragma once
 
 #include <host/analysis/resolution.h>
@@ -15,14 +15,7 @@ struct Moment {
 // Throws Exception, as the library does.
 Value evaluate(const SceneProperty& property, const Moment& moment);
 
-struct Failure {
-    Diagnostic diagnostic; // the library's message, and where and among what it was raised
-    ExpressionAST* innermost = nullptr;
-    const PropertyAST* in = nullptr; // the property whose expression holds it
-};
-
-// Walks once more to find the innermost sub-expression that fails; where that would take too long, the
-// property stands for it.
-Failure findFailure(Scene& scene, const SceneProperty& property, const Moment& moment, const Exception& thrown);
+// The library's message, where it was raised and among what; where that is not known, the property stands for it.
+Diagnostic diagnosticOf(const Scene& scene, const SceneProperty& property, double time, const Exception& failure);
 
 } // namespace Marl::Host

@@ -22,7 +22,7 @@ public:
     {
         pass.setObject(given.object);
         pass.setProperty(given.property);
-        walk(given.property->expression, [&](ExpressionAST* node) { prepare(node); });
+        walk(given.property->expression, [&](ExpressionAST* node) { prepare(node, given.property); });
     }
 
     // A reference behind a key's time may be bound only after the keys were first looked at.
@@ -33,8 +33,9 @@ public:
     }
 
 private:
-    void prepare(ExpressionAST* node)
+    void prepare(ExpressionAST* node, PropertyAST* property)
     {
+        node->heldBy = property;
         if (auto* reference = dynamic_cast<PropertyReferenceAST*>(node))
             bind(reference);
         else if (auto* interpolation = dynamic_cast<InterpolateExpressionAST*>(node))

@@ -82,7 +82,7 @@ int runEval(const EvalOptions& options)
     times.count = sampling.finished;
     bool anyFailed = prepared.hasMistakes;
     for (std::size_t i = 0; i < selected.size(); ++i) {
-        reportFailures(scene, prepared.resolution, selected[i], options.holdsKeys, sampling.failures[i], times.count);
+        reportFailures(scene, prepared.resolution, selected[i], sampling.failures[i], times.count);
         anyFailed = anyFailed || sampling.failures[i].count > 0;
     }
     if (!watch.isInterrupted()) // else threads may be at work, for which a failure would have to wait

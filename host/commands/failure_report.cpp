@@ -10,18 +10,17 @@ namespace Marl::Host {
 
 namespace {
 
-void reportFirst(Scene& scene, const Resolution& resolution, const SceneProperty& property, const Moment& moment,
-                 const Exception& thrown)
+void reportFirst(Scene& scene, const Resolution& resolution, const SceneProperty& property, double time,
+                 const Exception& failure)
 {
-    const Failure failure = findFailure(scene, property, moment, thrown);
-    const auto* reference = dynamic_cast<PropertyReferenceAST*>(failure.innermost);
+    const auto* reference = dynamic_cast<PropertyReferenceAST*>(failure.node());
     const bool isKnown =
-        reference && (resolution.unbound.contains(reference) || resolution.inCircle.contains(failure.in));
+        reference && (resolution.unbound.contains(reference) || resolution.inCircle.contains(failure.property()));
     if (isKnown)
         printError(fmt::format("{}: {} is left out: it needs what the message above is about\n", scene.file.path(),
                                property.name()));
     else
-        printError(describe(failure.diagnostic, scene.file));
+        printError(describe(diagnosticOf(scene, property, time, failure), scene.file));
 }
 
 } // namespace
@@ -34,7 +33,7 @@ void Failures::add(const Failures& later)
         count += later.count;
 }
 
-void reportFailures(Scene& scene, const Resolution& resolution, const SceneProperty& property, bool holdsKeys,
+void reportFailures(Scene& scene, const Resolution& resolution, const SceneProperty& property,
                     const Failures& failures, std::size_t times)
 {
     if (failures.count == 0)
@@ -42,7 +41,7 @@ void reportFailures(Scene& scene, const Resolution& resolution, const ScenePrope
     try {
         std::rethrow_exception(failures.first);
     } catch (const Exception& thrown) {
-        reportFirst(scene, resolution, property, {failures.firstTime, holdsKeys}, thrown);
+        reportFirst(scene, resolution, property, failures.firstTime, thrown);
     }
     if (failures.count > 1)
         printError(fmt::format("{}: {} fails at {} of {} times; the first is shown above\n", scene.file.path(),

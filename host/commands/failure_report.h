@@ -18,7 +18,7 @@ struct Failures {
 
 // Shows the first failure with its place, and how many of the times fail. What a missing name or a
 // circle of references leads to is no news and only mentioned.
-void reportFailures(Scene& scene, const Resolution& resolution, const SceneProperty& property, bool holdsKeys,
+void reportFailures(Scene& scene, const Resolution& resolution, const SceneProperty& property,
                     const Failures& failures, std::size_t times);
 
 } // namespace Marl::Host

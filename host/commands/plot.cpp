@@ -154,7 +154,7 @@ int runPlot(const PlotOptions& options)
 
         Sampling sampling({&property, 1}, group.times, false, [](const Value&) { return std::string(); });
         sampling.run(1);
-        reportFailures(scene, prepared.resolution, property, false, sampling.failures[0], group.times.size());
+        reportFailures(scene, prepared.resolution, property, sampling.failures[0], group.times.size());
         anyFailed = anyFailed || sampling.failures[0].count > 0;
         mentionWhatHasNoCurve(scene, sampling.tracks[0], group.times);
         group.curves = curvesOf(sampling.tracks[0]);

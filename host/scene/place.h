@@ -1,7 +1,9 @@
-// The table from what was read to where it stands.
+// Where what was read stands in the file.
 #pragma once
 
 #include <host/report/span.h>
+
+#include <marl/marl.h>
 
 #include <optional>
 #include <utility>
@@ -9,14 +11,16 @@
 
 namespace Marl::Host {
 
-// The tree knows nothing of files, so the reader notes here where each node, key, property and
-// object was read. First everything is noted, then it is sealed, then it is asked.
+// A node carries its place itself. Of keys, properties and objects the reader notes it here: first everything
+// is noted, then it is sealed, then it is asked.
 class PlaceTable {
 public:
+    void note(ExpressionAST* node, Span span);
     void note(const void* thing, Span span) { places.emplace_back(thing, span); }
     void seal();
 
-    // Nothing for what was not read from the file, as the elements of a data list.
+    // Nothing for what was not read from the file.
+    std::optional<Span> find(const ExpressionAST* node) const;
     std::optional<Span> find(const void* thing) const;
 
 private:

@@ -36,7 +36,7 @@ public:
     std::string suggestObject(std::string_view wrong);
     std::string suggestProperty(const ObjectAST& object, std::string_view wrong);
 
-    Span placeOf(const void* thing) const { return places.find(thing).value_or(Span()); }
+    Span placeOf(const auto* thing) const { return places.find(thing).value_or(Span()); }
 
 private:
     template <typename Record>

@@ -21,7 +21,7 @@ TEST(Scenes, NoteWhereThingsStand)
         "scene 1;\nobject o {\n  p = (1 + .q) * -2;\n  `q r` = keys(0: [1][0], 2: 3);\n  q = vec[ 1 2 3 ];\n}\n";
     TextScene file(text);
     Scene& scene = file.scene;
-    const auto textOfThing = [&](const void* thing) { return scene.file.textAt(scene.placeOf(thing)); };
+    const auto textOfThing = [&](const auto* thing) { return scene.file.textAt(scene.placeOf(thing)); };
     ObjectAST* object = scene.program.getObject("o");
     const auto expressionOf = [&](const char* name) { return object->getProperty(name)->expression; };
 
