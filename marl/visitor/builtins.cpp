@@ -3,9 +3,11 @@
 
 #include <marl/ast/detail/builtins.h>
 #include <marl/ast/function_expression.h>
+#include <marl/value/detail/footprint.h>
 #include <marl/value/detail/noise.h>
 
 #include <algorithm>
+#include <optional>
 
 namespace Marl {
 
@@ -22,10 +24,11 @@ void CalculationVisitor::visitBuiltinFunction(BuiltinFunctionAST* node)
     const auto arguments = argumentsOf(*node);
     if (std::ranges::find(arguments, nullptr) != arguments.end())
         at(node, failIncompleteCall);
-    for (ExpressionAST* argument : arguments) {
-        const Level level(*this, node);
+    std::optional<Level> level;
+    if (!arguments.empty())
+        level.emplace(*this, node);
+    for (ExpressionAST* argument : arguments)
         evaluate(node, argument);
-    }
     callOnTop(node);
 }
 
@@ -40,10 +43,11 @@ void CalculationVisitor::callOnTop(BuiltinFunctionAST* node)
 
 void CalculationVisitor::visitFunctionExpression(FunctionExpressionAST* node)
 {
-    for (ExpressionAST* argument : node->arguments) {
-        const Level level(*this, node);
+    std::optional<Level> level;
+    if (!node->arguments.empty())
+        level.emplace(*this, node);
+    for (ExpressionAST* argument : node->arguments)
         evaluate(node, argument);
-    }
     callOnTop(node);
 }
 
@@ -59,6 +63,9 @@ void CalculationVisitor::callOnTop(FunctionExpressionAST* node)
         throw;
     }
     valueStack.pop(count);
+    if (budget.limitsMemory())
+        takeMemory(node, allBytesOf(result));
+    at(node, [this] { budget.lookAtStopFlag(); });
     valueStack.push(std::move(result));
 }
 

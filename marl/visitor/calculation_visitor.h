@@ -6,6 +6,7 @@
 #include <marl/ast/visitor.h>
 #include <marl/value/value.h>
 #include <marl/visitor/active_properties.h>
+#include <marl/visitor/budget.h>
 #include <marl/visitor/value_stack.h>
 
 #include <cstddef>
@@ -41,6 +42,19 @@ public:
     // How many levels of nodes may lie in one another, property references included, before a
     // visit fails with "Expression is nested too deeply.". The default suits a stack of 8 MiB.
     void setDepthLimit(int levels) { depthLimit = levels; }
+
+    // Limits of one evaluation, which begins where the host lets a node accept the evaluator; 0 and null are no
+    // limit. Each ends in a failure; the evaluator stays usable.
+    //
+    // How many nodes may be visited, those behind references again each time:
+    // "Evaluation takes too many steps."
+    void setStepLimit(std::uint64_t steps) { budget.setStepLimit(steps); }
+    // How much the lists and texts that come into being may hold together, elements of lists that are joined
+    // counted where they came from: "Values take too much memory."
+    void setMemoryLimit(std::uint64_t bytes) { budget.setMemoryLimit(bytes); }
+    // Looked at at least once in a thousand steps and behind every call of a host's function, borrowed; any
+    // thread may set it: "Evaluation was stopped."
+    void setStopFlag(const std::atomic<bool>* flag) { budget.setStopFlag(flag); }
 
     // A copy of the newest value, which stays; undefined before anything was evaluated.
     Value getResult() const { return valueStack.isEmpty() ? Value() : valueStack.top(); }
@@ -94,10 +108,14 @@ public:
     float noise(const Vector& point);
 
 private:
+    friend class BatchEvaluator; // walks on what is left of its budget
     class Level;
     class ActiveReference;
     class HeldValue;
     struct Bracket;
+
+    void enterOutermost(ExpressionAST* node);
+    void takeMemory(ExpressionAST* node, std::uint64_t bytes);
 
     // What fails in these names the node.
     void passOn(ExpressionAST* node, ExpressionAST* child);
@@ -127,6 +145,7 @@ private:
 
     int depthLimit = 10'000;
     int depth = 0;
+    Budget budget;
     ActiveProperties activeProperties;
     std::optional<ValueStack> heldValues; // taken off the stack and needed later in the same visit
 };

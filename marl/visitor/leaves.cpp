@@ -2,6 +2,7 @@
 #include <marl/visitor/detail/walking.h>
 
 #include <marl/ast/program.h>
+#include <marl/value/detail/footprint.h>
 
 namespace Marl {
 
@@ -33,6 +34,7 @@ void CalculationVisitor::visitRuntimeValueAST(RuntimeValueAST* node)
 void CalculationVisitor::visitStringExpression(StringExpressionAST* node)
 {
     at(node, [&] { node->load(); });
+    takeMemory(node, textBytes(node->text));
     Value value(node->text.clone());
     value.setScenePath(node->scenePath.clone());
     valueStack.push(std::move(value));

@@ -4,14 +4,21 @@
 #include <marl/value/array_hold.h>
 #include <marl/value/detail/truncation.h>
 
+#include <algorithm>
+#include <optional>
+
 namespace Marl {
 
+// An empty list is no level.
 void CalculationVisitor::visitListExpression(ListExpressionAST* node)
 {
+    std::optional<Level> level;
+    if (node->firstItem)
+        level.emplace(*this, node);
+    takeMemory(node, sizeof(Value) * static_cast<std::uint64_t>(std::max(node->itemCount, 0)));
     ArrayHold<Value> list(node->itemCount);
     int i = 0;
     for (const ListItem* item = node->firstItem; item; item = item->next, ++i) {
-        const Level level(*this, node);
         evaluate(node, item->expression);
         if (i < list->count)
             list[i] = std::move(valueStack.top());
@@ -24,6 +31,7 @@ template <typename T>
 void CalculationVisitor::pushTypedList(ListTypeExpressionAST<T>* node)
 {
     ArrayHold<T> list(node->loaded ? PtrArray<T>(node->values) : at(node, [&] { return node->readFromSource(); }));
+    takeMemory(node, sizeof(T) * static_cast<std::uint64_t>(list->count));
     valueStack.push(*list);
 }
 

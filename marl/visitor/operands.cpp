@@ -2,6 +2,22 @@
 
 namespace Marl {
 
+// An evaluation begins, unless the level is one too many.
+void CalculationVisitor::enterOutermost(ExpressionAST* node)
+{
+    if (depth >= depthLimit)
+        at(node, failTooDeep);
+    budget.begin();
+}
+
+// For a list or a text that comes into being. A leaf may be all that is evaluated.
+void CalculationVisitor::takeMemory(ExpressionAST* node, std::uint64_t bytes)
+{
+    if (depth == 0)
+        budget.begin();
+    at(node, [&] { budget.takeMemory(bytes); });
+}
+
 // A vector literal of no known kind leaves no value, nor does a host's node that forgets to. More than one is
 // left by a host's node that catches what a child throws and evaluates another one: what the failure left lies
 // below the value then, and is given up.

@@ -19,8 +19,9 @@ class CalculationVisitor::Level {
 public:
     Level(CalculationVisitor& owner, ExpressionAST* node) : evaluator(owner)
     {
-        if (evaluator.depth >= evaluator.depthLimit)
-            at(node, failTooDeep);
+        // True for the outermost level and for those beyond the limit.
+        if (static_cast<unsigned>(evaluator.depth - 1) >= static_cast<unsigned>(evaluator.depthLimit - 1))
+            evaluator.enterOutermost(node);
         ++evaluator.depth;
     }
     ~Level() { --evaluator.depth; }
@@ -36,6 +37,7 @@ inline void CalculationVisitor::passOn(ExpressionAST* node, ExpressionAST* child
 {
     if (!child)
         at(node, failIncomplete);
+    at(node, [this] { budget.takeStep(); });
     child->accept(this);
 }
 
