@@ -55,8 +55,9 @@ public:
     //
     // Throws what the pass would throw, the first failure of all, but only when everything else is
     // done: a reference that finds nothing is unbound, and all others are bound, also behind it. Where an
-    // expression is nested too deeply the references behind that place are unbound. After std::bad_alloc, call it
-    // again. The pass' own object and property stay as they were set.
+    // expression is nested too deeply the references behind that place are unbound. After std::bad_alloc,
+    // which comes out in the same way, call it for every property. The pass' own object and property stay as they
+    // were set.
     void changed(PropertyAST* edited);
 
     void visitBinaryExpression(BinaryExpressionAST* node) override;
