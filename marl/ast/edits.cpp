@@ -140,7 +140,8 @@ std::vector<PropertyAST*> ProgramAST::dependents(PropertyAST* property) const
         waiting.push_back(next);
         visits.push_back({next, next->referrers, number, number});
     };
-    visit(property);
+    if (property)
+        visit(property);
     while (!visits.empty()) {
         Visit& current = visits.back();
         if (const PropertyReferrer* record = current.rest) {
@@ -168,7 +169,7 @@ std::vector<PropertyAST*> ProgramAST::dependents(PropertyAST* property) const
             found.push_back(member);
         } while (member != finished.property);
     }
-    if (!isInCircle)
+    if (!isInCircle && !found.empty())
         found.pop_back(); // the property itself, on which all others depend
     std::ranges::reverse(found);
     return found;

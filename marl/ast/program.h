@@ -1,11 +1,13 @@
 // The parsed program: objects, their properties, and everything that belongs to them.
 //
-// Objects, properties, list items and keys hang in chains, which a host may also link by hand while nothing
-// else uses the program. remove() takes records out; what it took out lives as long as the program.
-// What it links behind the last record is noticed. Where it takes records out, puts
-// others between them or renames them it sets the chain's last pointer too, to null where it does not know the
-// end; the next lookup or append then goes through the whole chain. As long as the pointer is the old one,
-// names are found as they were, and what is appended hangs behind the record that was the last.
+// Objects, properties, list items and keys hang in chains. remove() takes records out of them; what it took out
+// lives as long as the program.
+//
+// A host may also link chains by hand while nothing else uses the program. What it links behind the last record
+// is noticed. Where it takes records out, puts others between them or renames them it sets the chain's last
+// pointer too, to null where it does not know the end; the next lookup, append or removal then goes through the
+// whole chain. As long as the pointer is the old one, names are found as they were, and what is appended hangs
+// behind the record that was the last.
 #pragma once
 
 #include <marl/ast/nodes.h>
@@ -178,7 +180,7 @@ private:
 
     // The object in whose chain the property stands; null where it is not in the scene.
     ObjectAST* objectOf(const PropertyAST* property);
-    // The property that its names find instead of a later one of the same name; null where that is none.
+    // The next property of the same name in its object, which this one hides, or null.
     PropertyAST* hiddenBy(const PropertyAST* property);
 
     // Takes out the records that were made from the property, and gives them back linked by nextReference.

@@ -223,7 +223,7 @@ void DecorationVisitor::visitObjectIDExpression(ObjectIDExpressionAST* node) { n
 
 void DecorationVisitor::changed(PropertyAST* edited)
 {
-    if (!program)
+    if (!program || !edited)
         failIncomplete();
     std::vector<PropertyAST*> affected = program->dependents(edited);
     std::vector<PropertyAST*> astray = holdersAstrayOf(edited);

@@ -2,6 +2,7 @@
 #include <tests/support/host_node.h>
 #include <tests/support/shown.h>
 #include <tests/support/tree.h>
+#include <tests/support/wrappings.h>
 
 #include <marl/visitor/calculation_visitor.h>
 #include <marl/visitor/decoration_visitor.h>
@@ -273,20 +274,28 @@ TEST_F(Edit, ThrowsTheFirstFailureWhenEverythingElseIsDone)
     EXPECT_EQ(changed(wrong), "Expression is incomplete.");
     EXPECT_EQ(referrers(power), 0);
     EXPECT_EQ(messageOf([&] { DecorationVisitor().changed(wrong); }), "Expression is incomplete.");
+    EXPECT_EQ(changed(nullptr), "Expression is incomplete.");
+    EXPECT_TRUE(t.program.dependents(nullptr).empty());
 }
 
 TEST_F(Edit, OfDeepTreesKeepToTheLimitOfThePass)
 {
     PropertyAST* power = add("power", 2);
-    auto* innermost = reference("power");
-    ExpressionAST* deep = innermost;
-    for (int i = 0; i < 10'000; ++i)
-        deep = t.negated(deep);
+    PropertyAST* user = add("user", 1);
+    for (const Wrapping& wrapping : wrappings) {
+        auto* innermost = reference("power");
+        user->expression = nested(t, wrapping, 10'000, innermost);
+        EXPECT_EQ(changed(user), "no failure") << wrapping.name;
+        EXPECT_EQ(changed(user), "no failure") << wrapping.name;
+        EXPECT_EQ(innermost->property, power) << wrapping.name;
+        EXPECT_EQ(referrers(power), 1) << wrapping.name;
+        user->expression = wrapping.around(t, user->expression);
+        EXPECT_EQ(changed(user), "Expression is nested too deeply.") << wrapping.name;
+        EXPECT_EQ(referrers(power), 0) << wrapping.name;
+        EXPECT_EQ(innermost->property, nullptr) << wrapping.name;
+    }
+    ExpressionAST* deep = user->expression;
     auto* behind = reference("power");
-    PropertyAST* user = add("user", deep);
-    EXPECT_EQ(innermost->property, power);
-    EXPECT_EQ(changed(user), "no failure");
-    EXPECT_EQ(referrers(power), 1);
     user->expression = t.sum(behind, behind);
     EXPECT_EQ(changed(user), "no failure");
     user->expression = t.sum(deep, behind);
