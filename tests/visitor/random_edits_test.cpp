@@ -329,7 +329,8 @@ void Editing::edit()
     case 3:
     case 4:
     case 5: {
-        DescribedProperty& added = object.properties.emplace_back(propertyName(), expression(3));
+        object.properties.push_back({propertyName(), expression(3)});
+        DescribedProperty& added = object.properties.back();
         added.live = object.live->addProperty(added.name.c_str(), build(t, added.expression));
         note(added.live);
         break;
