@@ -7,7 +7,10 @@
 #include <marl/value/detail/precision.h>
 #include <marl/value/value.h>
 
+#include <algorithm>
+#include <array>
 #include <memory>
+#include <type_traits>
 #include <utility>
 
 namespace Marl {
@@ -24,17 +27,19 @@ ExpressionAST* childAt(ExpressionAST* (&children)[count], int index)
 
 // A number, vector, color or string of a typed list as a node, together with the nodes below it.
 struct NumberElement {
-    NumberElement(int number, const CharString&) { node.number = number; }
-    NumberElement(float number, const CharString&) { node.number = widened(number); }
+    void become(int number) { node.number = number; }
+    void become(float number) { node.number = widened(number); }
+    std::array<ExpressionAST*, 1> nodes() { return {&node}; }
 
     NumberExpressionAST node;
 };
 
 struct ComponentsElement {
-    ComponentsElement(const Vector& v, const CharString&) : ComponentsElement(ValueType::Vector, v.x, v.y, v.z) {}
-    ComponentsElement(const Color& c, const CharString&) : ComponentsElement(ValueType::Color, c.r, c.g, c.b) {}
+    void become(const Vector& v) { become(ValueType::Vector, v.x, v.y, v.z); }
+    void become(const Color& c) { become(ValueType::Color, c.r, c.g, c.b); }
+    std::array<ExpressionAST*, 4> nodes() { return {&node, &numbers[0], &numbers[1], &numbers[2]}; }
 
-    ComponentsElement(ValueType type, float first, float second, float third)
+    void become(ValueType type, float first, float second, float third)
     {
         node.valueType = static_cast<int>(type);
         const float values[3] = {first, second, third};
@@ -49,12 +54,12 @@ struct ComponentsElement {
 };
 
 struct TextElement {
-    TextElement(const CharString& text, const CharString& scenePath)
+    void become(const CharString& text)
     {
         node.text = text;
-        node.scenePath = scenePath;
         node.loaded = 1;
     }
+    std::array<ExpressionAST*, 1> nodes() { return {&node}; }
 
     StringExpressionAST node;
 };
@@ -65,6 +70,19 @@ template <> struct ElementOf<Vector>            { using Type = ComponentsElement
 template <> struct ElementOf<Color>             { using Type = ComponentsElement; };
 template <> struct ElementOf<CharString>        { using Type = TextElement; };
 // clang-format on
+
+// A failure in an element has the place of its list.
+template <typename T>
+void fill(typename ElementOf<T>::Type& element, const T& content, const ListTypeExpressionAST<T>& list)
+{
+    element.become(content);
+    if constexpr (std::is_same_v<T, CharString>)
+        element.node.scenePath = list.scenePath;
+    for (ExpressionAST* node : element.nodes()) {
+        node->hostData = list.hostData;
+        node->heldBy = list.heldBy;
+    }
+}
 
 } // namespace
 
@@ -116,18 +134,15 @@ ExpressionAST* TransformExpressionAST::getElement(int index)
     return childAt(parts, index);
 }
 
-// A list's data and the nodes made of it so far.
+// A list's data and the nodes made of it so far, and of earlier data too.
 template <typename T>
 struct ListTypeExpressionAST<T>::Elements {
     using Element = typename ElementOf<T>::Type;
 
-    explicit Elements(PtrArray<T>&& given) : hold(std::move(given)), made(static_cast<std::size_t>(hold->count)) {}
-
-    ~Elements()
-    {
-        for (const auto& slot : made)
-            delete slot.load(std::memory_order_relaxed);
-    }
+    Elements(PtrArray<T>&& given, const Elements* earlier)
+        : hold(std::move(given)),
+          made(std::max(static_cast<std::size_t>(hold->count), earlier ? earlier->made.size() : 0))
+    {}
 
     ArrayHold<T> hold;
     std::vector<std::atomic<Element*>> made;
@@ -136,8 +151,21 @@ struct ListTypeExpressionAST<T>::Elements {
 template <typename T>
 ListTypeExpressionAST<T>::~ListTypeExpressionAST()
 {
-    delete elements.load(std::memory_order_relaxed);
+    forgetElements();
+    if (forgotten)
+        for (const auto& slot : forgotten->made)
+            delete slot.load(std::memory_order_relaxed);
+    delete forgotten;
     values.freeMem();
+}
+
+template <typename T>
+void ListTypeExpressionAST<T>::forgetElements()
+{
+    if (Elements* table = elements.exchange(nullptr)) {
+        table->hold->freeMem();
+        forgotten = table;
+    }
 }
 
 template <typename T>
@@ -148,7 +176,16 @@ typename ListTypeExpressionAST<T>::Elements& ListTypeExpressionAST<T>::elementTa
     const std::lock_guard lock(elementsMutex);
     Elements* table = elements.load(std::memory_order_relaxed);
     if (!table) {
-        table = new Elements(loaded ? PtrArray<T>(values) : readFromSource());
+        table = new Elements(loaded ? PtrArray<T>(values) : readFromSource(), forgotten);
+        if (forgotten) {
+            for (std::size_t i = 0; i < forgotten->made.size(); ++i) {
+                auto* node = forgotten->made[i].load(std::memory_order_relaxed);
+                if (node && static_cast<int>(i) < table->hold->count)
+                    fill(*node, table->hold[static_cast<int>(i)], *this);
+                table->made[i].store(node, std::memory_order_relaxed);
+            }
+            delete std::exchange(forgotten, nullptr);
+        }
         elements.store(table, std::memory_order_release);
     }
     return *table;
@@ -163,7 +200,8 @@ ExpressionAST* ListTypeExpressionAST<T>::getElement(int index)
     auto& slot = table.made[static_cast<std::size_t>(index)];
     auto* element = slot.load(std::memory_order_acquire);
     if (!element) {
-        auto fresh = std::make_unique<typename Elements::Element>(table.hold[index], scenePath);
+        auto fresh = std::make_unique<typename Elements::Element>();
+        fill(*fresh, table.hold[index], *this);
         if (slot.compare_exchange_strong(element, fresh.get(), std::memory_order_acq_rel))
             element = fresh.release();
     }

@@ -27,6 +27,11 @@ public:
     // expected and where. readListText() describes the text.
     PtrArray<T> readFromSource();
 
+    // The elements are made anew from what the list then is, in the same nodes as far as they were made
+    // before: what was handed out lives as long as the list. Call it when `values`, or the place in the source,
+    // has changed and nobody evaluates.
+    void forgetElements();
+
     // Where the text between the brackets stands; without owner there is none.
     SourceOwner* owner = nullptr;
     SourceStream* stream = nullptr;
@@ -43,6 +48,7 @@ private:
 
     std::mutex elementsMutex; // held while the table is made
     std::atomic<Elements*> elements = nullptr;
+    Elements* forgotten = nullptr; // has the nodes, and perhaps no data
 };
 
 } // namespace Marl

@@ -104,6 +104,10 @@ struct InterpolateKey {
     ExpressionAST* time = nullptr;
     ExpressionAST* value = nullptr;
     InterpolateKey* next = nullptr;
+
+    // Noted by sortKeys(), counted from 1: the key's place among the keys as they were written, and as it left them.
+    int written = 0;
+    int sorted = 0;
 };
 
 // A value that changes over time.
@@ -117,7 +121,9 @@ public:
     // references to constant properties as far as they are bound, in at most 1,000 steps.
     //
     // It also notes constant times, so that evaluation finds its pair of keys by search: call
-    // it again when keys or their times have changed.
+    // it again when keys or their times have changed. It then begins with the written order again: keys
+    // appended meanwhile come last, one put between others stays behind its neighbor. Where a host has put
+    // sorted keys in another order by hand, that is the written one from now on.
     void sortKeys();
 
     // What sortKeys() noted when every time is constant; no times otherwise.

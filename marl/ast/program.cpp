@@ -53,7 +53,7 @@ void NameTable<Record>::catchUp(Record* first, Record*& last)
     }
     Record* next = knownLast ? knownLast->next : first;
     for (; next; next = next->next) {
-        records.try_emplace(next->name, next);
+        enter(next, knownLast);
         knownLast = next;
     }
     if (last != knownLast)
@@ -61,21 +61,72 @@ void NameTable<Record>::catchUp(Record* first, Record*& last)
 }
 
 template <typename Record>
+void NameTable<Record>::enter(Record* record, Record* previous)
+{
+    Namesakes& namesakes = records[record->name];
+    if (++namesakes.count == 1)
+        namesakes.first = record;
+    record->place = {this, previous, record->name};
+}
+
+template <typename Record>
 Record* NameTable<Record>::find(Record* first, Record*& last, const char* name)
 {
     catchUp(first, last);
     const auto found = records.find(name);
-    return found == records.end() ? nullptr : found->second;
+    return found == records.end() ? nullptr : found->second.first;
 }
 
 template <typename Record>
 void NameTable<Record>::append(Record*& first, Record*& last, Record* added)
 {
     catchUp(first, last);
-    records.try_emplace(added->name, added);
+    enter(added, knownLast);
     appendTo(first, last, added);
     knownFirst = first;
     knownLast = last;
+}
+
+template <typename Record>
+bool NameTable<Record>::contains(Record* first, Record*& last, const Record* record)
+{
+    catchUp(first, last);
+    const auto& [table, previous, name] = record->place;
+    return table == this && (previous ? previous->next : first) == record;
+}
+
+template <typename Record>
+Record* NameTable<Record>::nextOfName(Record* first, Record*& last, const Record* record)
+{
+    catchUp(first, last);
+    if (records.find(record->place.name)->second.count == 1)
+        return nullptr;
+    Record* next = record->next;
+    while (next && next->place.name != record->place.name)
+        next = next->next;
+    return next;
+}
+
+template <typename Record>
+void NameTable<Record>::remove(Record*& first, Record*& last, Record* record)
+{
+    Record* const namesake = nextOfName(first, last, record);
+    const auto found = records.find(record->place.name);
+    if (--found->second.count == 0)
+        records.erase(found);
+    else if (found->second.first == record)
+        found->second.first = namesake;
+
+    Record* const previous = record->place.previous;
+    (previous ? previous->next : first) = record->next;
+    if (record->next)
+        record->next->place.previous = previous;
+    else
+        last = previous;
+    knownFirst = first;
+    knownLast = last;
+    record->next = nullptr;
+    record->place = {};
 }
 
 ProgramAST::~ProgramAST()
@@ -90,6 +141,7 @@ PropertyAST* ObjectAST::addProperty(const char* propertyName, ExpressionAST* exp
     PropertyAST& added = program.properties.emplace_back();
     added.name = propertyName;
     added.expression = expression;
+    added.object = this;
     propertiesByName.append(firstProperty, lastProperty, &added);
     return &added;
 }
@@ -129,9 +181,7 @@ void ProgramAST::append(InterpolateExpressionAST* interpolation, ExpressionAST* 
     interpolation->forgetConstantTimes();
 }
 
-void ProgramAST::addReferrer(PropertyAST* property, ObjectAST* object, PropertyAST* from)
-{
-    property->referrers = &referrers.emplace_back(PropertyReferrer{object, from, property->referrers});
-}
+template class NameTable<PropertyAST>;
+template class NameTable<ObjectAST>;
 
 } // namespace Marl

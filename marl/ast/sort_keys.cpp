@@ -4,7 +4,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <iterator>
 #include <optional>
+#include <utility>
 
 namespace Marl {
 
@@ -43,6 +46,39 @@ std::optional<Constant> constantOf(ExpressionAST* node, int& stepsLeft)
     return std::nullopt;
 }
 
+std::vector<InterpolateKey*> chainFrom(InterpolateKey* first)
+{
+    std::vector<InterpolateKey*> chain;
+    for (; first; first = first->next)
+        chain.push_back(first);
+    return chain;
+}
+
+// The keys as they were written, which is the order of the chain until it was sorted.
+std::vector<InterpolateKey*> writtenOrder(std::vector<InterpolateKey*> chain)
+{
+    const auto isNew = [](const InterpolateKey* key) { return key->written == 0; };
+    auto tail = chain.end();
+    while (tail != chain.begin() && isNew(tail[-1]))
+        --tail;
+    std::vector<InterpolateKey*> known;
+    std::ranges::copy_if(chain.begin(), tail, std::back_inserter(known), std::not_fn(isNew));
+    if (!std::ranges::is_sorted(known, {}, &InterpolateKey::sorted)
+        || std::ranges::is_sorted(known, {}, &InterpolateKey::written))
+        return chain;
+
+    struct Placed {
+        int place; // of the key itself, or of the known one before it
+        InterpolateKey* key;
+    };
+    std::vector<Placed> placed;
+    for (auto key = chain.begin(); key != tail; ++key)
+        placed.push_back({!isNew(*key) ? (*key)->written : placed.empty() ? 0 : placed.back().place, *key});
+    std::ranges::stable_sort(placed, {}, &Placed::place);
+    std::ranges::transform(placed, chain.begin(), &Placed::key);
+    return chain;
+}
+
 } // namespace
 
 void InterpolateExpressionAST::sortKeys()
@@ -54,32 +90,42 @@ void InterpolateExpressionAST::sortKeys()
     constexpr int mostSteps = 1000;
 
     forgetConstantTimes();
+    const std::vector<InterpolateKey*> chain = chainFrom(firstKey);
+    const std::vector<InterpolateKey*> written = writtenOrder(chain);
     std::vector<TimedKey> timed;
     int nesting = 0;
-    for (InterpolateKey* key = firstKey; key; key = key->next) {
+    for (InterpolateKey* key : written) {
         int stepsLeft = mostSteps;
         const auto time = constantOf(key->time, stepsLeft);
         if (!time || std::isnan(time->number))
-            return;
+            break;
         nesting = std::max(nesting, time->nesting);
         timed.push_back({time->number, key});
     }
-    if (timed.empty())
-        return;
 
-    std::ranges::stable_sort(timed, {}, &TimedKey::time);
-    std::vector<double> times;
-    std::vector<InterpolateKey*> keys;
-    for (const TimedKey& entry : timed) {
-        times.push_back(entry.time);
-        keys.push_back(entry.key);
+    ConstantTimes found;
+    std::vector<InterpolateKey*> sorted = written;
+    const bool areConstant = !timed.empty() && timed.size() == written.size();
+    if (areConstant) {
+        std::ranges::stable_sort(timed, {}, &TimedKey::time);
+        std::vector<double> times;
+        std::ranges::transform(timed, std::back_inserter(times), &TimedKey::time);
+        std::ranges::transform(timed, sorted.begin(), &TimedKey::key);
+        found = {.times = KeyTimes(std::move(times)), .keys = sorted, .nesting = nesting};
     }
-    constant = {.times = KeyTimes(std::move(times)), .keys = std::move(keys), .nesting = nesting};
 
-    firstKey = timed.front().key;
-    lastKey = timed.back().key;
-    for (std::size_t i = 0; i < timed.size(); ++i)
-        timed[i].key->next = i + 1 < timed.size() ? timed[i + 1].key : nullptr;
+    // Nothing fails from here on.
+    for (std::size_t i = 0; i < written.size(); ++i) {
+        written[i]->written = static_cast<int>(i) + 1;
+        sorted[i]->sorted = static_cast<int>(i) + 1;
+    }
+    if (!areConstant && sorted == chain)
+        return; // also where a host has not said where the chain ends
+    constant = std::move(found);
+    firstKey = sorted.front();
+    lastKey = sorted.back();
+    for (std::size_t i = 0; i < sorted.size(); ++i)
+        sorted[i]->next = i + 1 < sorted.size() ? sorted[i + 1] : nullptr;
 }
 
 } // namespace Marl
