@@ -62,28 +62,21 @@ void BatchEvaluator::Machines::catchUp()
     version = compilation->version;
 }
 
-BatchEvaluator::Machine& BatchEvaluator::Machines::machineOf(std::size_t part)
-{
-    if (!machines[part])
-        machines[part] = std::make_unique<Machine>(compilation->parts[part].program, settings);
-    return *machines[part];
-}
-
-Value BatchEvaluator::Machines::valueAt(double time, std::size_t expression)
+void BatchEvaluator::Machines::makeReady(std::size_t part)
 {
     if (version != compilation->version)
         catchUp();
-    const CompiledRoot& root = compilation->roots[expression];
-    return machineOf(root.part).valueAt(time, root);
+    if (!machines[part])
+        machines[part] = std::make_unique<Machine>(compilation->parts[part].program, settings);
 }
 
 void BatchEvaluator::Machines::evaluate(std::span<const double> times)
 {
-    if (version != compilation->version)
-        catchUp();
-    for (std::size_t part = 0; part < machines.size(); ++part)
-        if (compilation->parts[part].program)
-            machineOf(part).beginBatch();
+    for (std::size_t part = 0; part < compilation->parts.size(); ++part)
+        if (compilation->parts[part].program) {
+            makeReady(part);
+            machines[part]->beginBatch();
+        }
     prepareColumns(times.size());
     const std::size_t step = kernels().timesAtOnce;
     for (std::size_t start = 0; start < times.size(); start += blockLength) {

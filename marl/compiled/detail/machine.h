@@ -115,7 +115,13 @@ public:
     explicit Machines(const Compilation& compiled);
 
     void evaluate(std::span<const double> times);
-    Value valueAt(double time, std::size_t expression);
+    Value valueAt(double time, std::size_t expression)
+    {
+        const CompiledRoot& root = compilation->roots[expression];
+        if (version != compilation->version || !machines[root.part]) [[unlikely]]
+            makeReady(root.part);
+        return machines[root.part]->valueAt(time, root);
+    }
 
     template <typename Setting>
     void set(Setting EvaluationSettings::*setting, Setting value)
@@ -130,7 +136,7 @@ public:
 
 private:
     void catchUp();
-    Machine& machineOf(std::size_t part);
+    void makeReady(std::size_t part);
     void prepareColumns(std::size_t count);
     void evaluateBlock(const Block& block);
     void finishColumns();
