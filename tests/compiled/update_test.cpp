@@ -139,14 +139,14 @@ TEST(Updates, GiveWhatIsCompiledAnew)
 TEST(Updates, AreSeenInWhatEveryEditReaches)
 {
     struct Edited : Scene {
-        PropertyAST* number = add(2.0);                                            // p0
-        PropertyAST* twice = add(t.product(reference(0), 2.0));                    // p1
-        PropertyAST* chain = add(t.sum(reference(1), t.call(Builtin::Time)));      // p2
-        PropertyAST* other = add(t.vec(1, 2, t.call(Builtin::Time)));              // p3
-        BinaryExpressionAST* part = t.sum(reference(2), 1.0);                      // of p4
-        PropertyAST* list = add(t.list({part, 7.0}));                              // p4
+        PropertyAST* number = add(2.0);                                              // p0
+        PropertyAST* twice = add(t.product(reference(0), 2.0));                      // p1
+        PropertyAST* chain = add(t.sum(reference(1), t.call(Builtin::Time)));        // p2
+        PropertyAST* other = add(t.vec(1, 2, t.call(Builtin::Time)));                // p3
+        BinaryExpressionAST* part = t.sum(reference(2), 1.0);                        // of p4
+        PropertyAST* list = add(t.list({part, 7.0}));                                // p4
         PropertyAST* keys = add(t.keys({{0.0, 1.0}, {reference(0), reference(2)}})); // p5
-        ExpressionAST* alone = t.sum(t.node(1.0), t.call(Builtin::Time));          // in no property
+        ExpressionAST* alone = t.sum(t.node(1.0), t.call(Builtin::Time));            // in no property
 
         void replace(PropertyAST* property, const Operand& expression) { property->expression = t.node(expression); }
     };
