@@ -70,6 +70,12 @@ void BatchEvaluator::Machines::makeReady(std::size_t part)
         machines[part] = std::make_unique<Machine>(compilation->parts[part].program, settings);
 }
 
+Value BatchEvaluator::Machines::valueAtFirst(double time, std::size_t expression)
+{
+    makeReady(compilation->roots[expression].part);
+    return valueAt(time, expression);
+}
+
 void BatchEvaluator::Machines::evaluate(std::span<const double> times)
 {
     for (std::size_t part = 0; part < compilation->parts.size(); ++part)

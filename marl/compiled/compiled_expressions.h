@@ -30,8 +30,9 @@ public:
     CompiledExpressions& operator=(CompiledExpressions&&) noexcept;
 
     // After an edit, and after the resolution pass over what was edited: compiles anew the expressions of these
-    // properties and of all that depend on them, as PropertyAST::referrers say. It takes the time that compiling
-    // these expressions alone would take, whatever else there is.
+    // properties and of all that depend on them, as PropertyAST::referrers say. It takes about the time
+    // that compiling these expressions alone would take, whatever else there is; sometimes a few hundred
+    // microseconds more, see below.
     //
     // Whose tree has changed is to be among the properties, as is each from which a node was moved to another one;
     // a node that stands in several belongs to the last that was resolved. An expression that was the whole of its

@@ -139,7 +139,8 @@ TEST(Updates, GiveWhatIsCompiledAnew)
 TEST(Updates, AreSeenInWhatEveryEditReaches)
 {
     struct Edited : Scene {
-        PropertyAST* number = add(2.0);                                              // p0
+        NumberExpressionAST* two = static_cast<NumberExpressionAST*>(t.node(2.0));
+        PropertyAST* number = add(two);                                              // p0
         PropertyAST* twice = add(t.product(reference(0), 2.0));                      // p1
         PropertyAST* chain = add(t.sum(reference(1), t.call(Builtin::Time)));        // p2
         PropertyAST* other = add(t.vec(1, 2, t.call(Builtin::Time)));                // p3
@@ -156,7 +157,7 @@ TEST(Updates, AreSeenInWhatEveryEditReaches)
         Edit edit;
     } rows[] = {
         // clang-format off
-        {"a number",                  [](Edited& s) { static_cast<NumberExpressionAST*>(s.number->expression)->number = 5; return std::vector{s.number}; }},
+        {"a number",                  [](Edited& s) { s.two->number = 5; return std::vector{s.number}; }},
         {"a number becomes the time", [](Edited& s) { s.replace(s.number, s.t.call(Builtin::Time)); return std::vector{s.number}; }},
         {"the time becomes a number", [](Edited& s) { s.replace(s.chain, 4.0); return std::vector{s.chain}; }},
         {"another kind",              [](Edited& s) { s.replace(s.twice, s.t.vec(1, 2, 3)); return std::vector{s.twice}; }},

@@ -119,7 +119,7 @@ public:
     {
         const CompiledRoot& root = compilation->roots[expression];
         if (version != compilation->version || !machines[root.part]) [[unlikely]]
-            makeReady(root.part);
+            return valueAtFirst(time, expression);
         return machines[root.part]->valueAt(time, root);
     }
 
@@ -137,6 +137,7 @@ public:
 private:
     void catchUp();
     void makeReady(std::size_t part);
+    Value valueAtFirst(double time, std::size_t expression);
     void prepareColumns(std::size_t count);
     void evaluateBlock(const Block& block);
     void finishColumns();
