@@ -91,8 +91,9 @@ std::vector<CompiledRoot> Compilation::affected(std::span<PropertyAST* const> ed
 {
     std::vector<CompiledRoot> found;
     for (const PropertyAST* property : withDependents(edited))
-        for (const Holding& holding : std::ranges::equal_range(holdings, property, std::less(), &Holding::property))
-            found.push_back(present(roots[holding.column]));
+        for (auto holding = std::ranges::lower_bound(holdings, property, std::less(), &Holding::property);
+             holding != holdings.end() && holding->property == property; ++holding)
+            found.push_back(present(roots[holding->column]));
     return found;
 }
 

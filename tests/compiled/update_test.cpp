@@ -166,7 +166,7 @@ TEST(Updates, AreSeenInWhatEveryEditReaches)
         {"a circle",                  [](Edited& s) { s.replace(s.number, s.reference(2)); return std::vector{s.number}; }},
         {"itself",                    [](Edited& s) { s.replace(s.chain, s.t.sum(s.reference(2), 1)); return std::vector{s.chain}; }},
         {"the old one as a part",     [](Edited& s) { s.replace(s.twice, s.t.sum(s.twice->expression, 1)); return std::vector{s.twice}; }},
-        {"below a part",              [](Edited& s) { s.part->right = s.t.node(50.0); return std::vector{s.list}; }},
+        {"below a part",              [](Edited& s) { s.part->right = s.t.node(50.0); return std::vector{s.part->heldBy}; }},
         {"a part to another property", [](Edited& s) { s.replace(s.list, 1.0); s.replace(s.other, s.t.negated(s.part)); return std::vector{s.list, s.other}; }},
         {"in no property",            [](Edited& s) { static_cast<BinaryExpressionAST*>(s.alone)->op = TOKEN_MINUS; return std::vector<PropertyAST*>{}; }},
         {"the same twice, and none",  [](Edited& s) { s.replace(s.number, 9.0); return std::vector<PropertyAST*>{s.number, nullptr, s.number}; }},
