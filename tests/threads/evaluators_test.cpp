@@ -123,6 +123,7 @@ TEST(BatchEvaluators, GoOnAfterAnUpdate)
     std::barrier everybody(threads);
     onAllThreads([&](int thread) {
         BatchEvaluator evaluator(compiled);
+        everybody.arrive_and_wait();
         for (int round = 0; round < 200; ++round) {
             if (thread == round % threads) {
                 number->number = round;
