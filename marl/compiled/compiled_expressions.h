@@ -43,8 +43,9 @@ public:
     // state, and until then the columns of the last evaluate() stay. On std::bad_alloc all is as it was.
     //
     // What was updated is in programs of its own: values that it shares with other expressions are computed again
-    // there. Small programs are joined as they come, so many small edits leave few; after large ones batches
-    // become faster when all is compiled anew.
+    // there. Small programs are joined as they come, so that their number stays small beside that of the updates;
+    // still, once much of a scene was updated bit by bit, a batch takes a few times as long as after compiling all
+    // anew.
     void update(std::span<PropertyAST* const> edited);
 
     // How many expressions there are.
