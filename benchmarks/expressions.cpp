@@ -46,6 +46,66 @@ private:
     double (*function)(double);
 };
 
+// Groups of a number and three properties, each of which refers to the one before.
+class EditedScene {
+public:
+    EditedScene()
+    {
+        Marl::ObjectAST* object = scene.addObject("scene");
+        const auto nameOf = [](std::size_t i) { return "property " + std::to_string(i); };
+        for (std::size_t i = 0; i < size; ++i) {
+            auto* number = scene.make<Marl::NumberExpressionAST>();
+            number->number = static_cast<double>(i);
+            Marl::ExpressionAST* expression = number;
+            if (i % group != 0) {
+                auto* reference = scene.make<Marl::PropertyReferenceAST>();
+                reference->objectName = "scene";
+                reference->propertyName = nameOf(i - 1).c_str();
+                auto* call = scene.make<Marl::BuiltinFunctionAST>();
+                call->functionId = static_cast<int>(Marl::Builtin::Time);
+                auto* sum = scene.make<Marl::BinaryExpressionAST>();
+                sum->op = Marl::TOKEN_PLUS;
+                sum->left = reference;
+                sum->right = call;
+                expression = sum;
+            }
+            properties.push_back(object->addProperty(nameOf(i).c_str(), expression));
+        }
+        Marl::DecorationVisitor pass;
+        pass.setProgram(&scene);
+        pass.setObject(object);
+        std::vector<Marl::ExpressionAST*> expressions;
+        for (Marl::PropertyAST* property : properties) {
+            pass.setProperty(property);
+            property->expression->accept(&pass);
+            expressions.push_back(property->expression);
+        }
+        compiled.emplace(expressions);
+        evaluator.emplace(*compiled);
+    }
+
+    // Another number, somewhere, and the values of all that depends on it.
+    double edit(double time)
+    {
+        const std::size_t edited = dice.roll(static_cast<unsigned>(size / group)) * group;
+        static_cast<Marl::NumberExpressionAST*>(properties[edited]->expression)->number = time;
+        compiled->update({&properties[edited], 1});
+        double sum = 0;
+        for (std::size_t i = 0; i < group; ++i)
+            sum += evaluator->valueAt(time, edited + i).getDouble();
+        return sum;
+    }
+
+private:
+    static constexpr std::size_t size = 200'000, group = 4;
+
+    Dice dice;
+    Marl::ProgramAST scene;
+    std::vector<Marl::PropertyAST*> properties;
+    std::optional<Marl::CompiledExpressions> compiled;
+    std::optional<Marl::BatchEvaluator> evaluator;
+};
+
 } // namespace
 
 void addExpressions(Suite& suite)
@@ -94,6 +154,16 @@ void addFormulas(const Suite& suite)
         return Marl::CompiledExpressions(trees).size();
     };
     addRow("growing/compiling 2,000, each", marl, Rising(0, 1, 1), compile, {}, suite.scene.size());
+    // Made when it is first measured, for it takes a while.
+    const auto edited = std::make_shared<std::optional<EditedScene>>();
+    const auto compare = [edited] {
+        if (!*edited)
+            edited->emplace();
+        const double time = 0.3, second = time + time, third = second + time;
+        return Comparison{std::abs((*edited)->edit(time) - (time + second + third + (third + time))), 0};
+    };
+    const auto edit = [edited](double time) { return (*edited)->edit(time); };
+    addRow("growing/editing one of 200,000", marl, Rising(0, 10, 0.01), edit, compare);
 }
 
 } // namespace Bench

@@ -13,7 +13,7 @@
 namespace Marl {
 
 BatchEvaluator::BatchEvaluator(const CompiledExpressions& compiled)
-    : machine(std::make_unique<Machine>(*compiled.program))
+    : machines(std::make_unique<Machines>(*compiled.compilation))
 {}
 
 BatchEvaluator::~BatchEvaluator() = default;
@@ -22,35 +22,107 @@ BatchEvaluator& BatchEvaluator::operator=(BatchEvaluator&&) noexcept = default;
 
 void BatchEvaluator::setDontInterpolate(unsigned int hold)
 {
-    machine->dontInterpolate = hold;
+    machines->set(&EvaluationSettings::dontInterpolate, hold);
 }
 
 void BatchEvaluator::setDepthLimit(int levels)
 {
-    machine->depthLimit = levels;
+    machines->set(&EvaluationSettings::depthLimit, levels);
 }
 
 void BatchEvaluator::evaluate(std::span<const double> times)
 {
     const ArithmeticEnvironment standard;
-    machine->evaluate(times);
+    machines->evaluate(times);
 }
 
 const Column& BatchEvaluator::column(std::size_t expression) const
 {
-    return machine->columns[expression];
+    return machines->columns[expression];
 }
 
 Value BatchEvaluator::valueAt(double time, std::size_t expression)
 {
     const ArithmeticEnvironment standard;
-    return machine->valueAt(time, expression);
+    return machines->valueAt(time, expression);
 }
 
-BatchEvaluator::Machine::Machine(const CompiledProgram& compiled)
-    : columns(compiled.roots.size()), program(&compiled),
-      registers(std::make_unique_for_overwrite<std::byte[]>(compiled.registersSize)),
-      states(compiled.stretches.size()), columnPlaces(compiled.roots.size()), kept(compiled.genericStretches.size())
+BatchEvaluator::Machines::Machines(const Compilation& compiled)
+    : columns(compiled.roots.size()), compilation(&compiled), version(compiled.version),
+      machines(compiled.parts.size()), columnPlaces(compiled.roots.size())
+{}
+
+// Gives up the machines of programs that an update has taken out of use.
+void BatchEvaluator::Machines::catchUp()
+{
+    machines.resize(compilation->parts.size());
+    for (std::size_t i = 0; i < machines.size(); ++i)
+        if (machines[i] && !machines[i]->runs(compilation->parts[i].program.get()))
+            machines[i].reset();
+    version = compilation->version;
+}
+
+void BatchEvaluator::Machines::makeReady(std::size_t part)
+{
+    if (version != compilation->version)
+        catchUp();
+    if (!machines[part])
+        machines[part] = std::make_unique<Machine>(compilation->parts[part].program, settings);
+}
+
+Value BatchEvaluator::Machines::valueAtFirst(double time, std::size_t expression)
+{
+    makeReady(compilation->roots[expression].part);
+    return valueAt(time, expression);
+}
+
+void BatchEvaluator::Machines::evaluate(std::span<const double> times)
+{
+    for (std::size_t part = 0; part < compilation->parts.size(); ++part)
+        if (compilation->parts[part].program) {
+            makeReady(part);
+            machines[part]->beginBatch();
+        }
+    prepareColumns(times.size());
+    const std::size_t step = kernels().timesAtOnce;
+    for (std::size_t start = 0; start < times.size(); start += blockLength) {
+        const std::size_t count = std::min(blockLength, times.size() - start);
+        Block block{times.data() + start, start, count, (count + step - 1) / step * step, columnPlaces.data()};
+        if (block.end > count) {
+            std::copy_n(block.times, count, paddedTimes);
+            std::fill(paddedTimes + count, paddedTimes + block.end, block.times[count - 1]);
+            block.times = paddedTimes;
+        }
+        evaluateBlock(block);
+    }
+    finishColumns();
+}
+
+void BatchEvaluator::Machines::prepareColumns(std::size_t count)
+{
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        const CompiledRoot& root = compilation->roots[i];
+        columns[i].data->begin(count);
+        if (count > 0)
+            machines[root.part]->prepare(root, *columns[i].data);
+    }
+}
+
+void BatchEvaluator::Machines::evaluateBlock(const Block& block)
+{
+    for (const auto& machine : machines)
+        if (machine)
+            machine->begin(block);
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        const CompiledRoot& root = compilation->roots[i];
+        machines[root.part]->evaluate(root, *columns[i].data, block, columnPlaces[i]);
+    }
+}
+
+BatchEvaluator::Machine::Machine(std::shared_ptr<const CompiledProgram> compiled, const EvaluationSettings& settings)
+    : EvaluationSettings(settings), program(std::move(compiled)),
+      registers(std::make_unique_for_overwrite<std::byte[]>(program->registersSize)),
+      states(program->stretches.size()), kept(program->genericStretches.size())
 {
     typed.registers = registers.get();
     typed.stretches = program->stretches.data();
@@ -76,9 +148,8 @@ void BatchEvaluator::Machine::beginBlock(const double* times, std::size_t count)
     typed.count = count;
 }
 
-Value BatchEvaluator::Machine::valueAt(double time, std::size_t index)
+Value BatchEvaluator::Machine::valueAt(double time, const CompiledRoot& root)
 {
-    const CompiledRoot& root = program->roots[index];
     oneTime = time;
     typed.times = &oneTime;
     typed.count = 1;
@@ -106,49 +177,28 @@ Value BatchEvaluator::Machine::valueAt(double time, std::size_t index)
     return result.getValue();
 }
 
-void BatchEvaluator::Machine::evaluate(std::span<const double> times)
+void BatchEvaluator::Machine::begin(const Block& block)
 {
-    beginBatch();
-    prepareColumns(times.size());
-    for (std::size_t start = 0; start < times.size(); start += blockLength) {
-        const std::size_t count = std::min(blockLength, times.size() - start);
-        const std::size_t step = program->kernels->timesAtOnce;
-        typed.end = (count + step - 1) / step * step;
-        const double* blockTimes = times.data() + start;
-        if (typed.end > count) {
-            std::copy_n(blockTimes, count, paddedTimes);
-            std::fill(paddedTimes + count, paddedTimes + typed.end, blockTimes[count - 1]);
-            blockTimes = paddedTimes;
-        }
-        beginBlock(blockTimes, count);
-        evaluateBlock(start);
-    }
-    finishColumns();
+    typed.columns = block.columnPlaces;
+    typed.end = block.end;
+    beginBlock(block.times, block.count);
 }
 
-void BatchEvaluator::Machine::prepareColumns(std::size_t count)
+void BatchEvaluator::Machine::prepare(const CompiledRoot& root, Column::Data& column) const
 {
-    const std::size_t step = program->kernels->timesAtOnce;
-    const std::size_t room = (count + step - 1) / step * step;
-    typed.columns = columnPlaces.data();
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-        const CompiledRoot& root = program->roots[i];
-        Column::Data& column = *columns[i].data;
-        column.begin(count);
-        if (count == 0)
-            continue;
-        if (isWalked(root) || root.source.where == Source::Where::Generic) {
-            column.results.reserve(root.varies || isWalked(root) ? count : 1);
-        } else if (root.source.where == Source::Where::Constant) {
-            fillConstant(column, program->constants[root.source.index]);
-        } else {
-            constexpr ValueType kinds[typedKinds] = {ValueType::Double, ValueType::Vector, ValueType::Matrix,
-                                                     ValueType::Color,  ValueType::AColor, ValueType::Transform};
-            constexpr std::size_t sizes[typedKinds] = {sizeof(double), sizeof(TracePoint), sizeof(Matrix),
-                                                       sizeof(Color),  sizeof(AColor),     sizeof(TraceTransform)};
-            column.room(room * sizes[static_cast<int>(root.kind)]);
-            column.kind = kinds[static_cast<int>(root.kind)];
-        }
+    if (isWalked(root) || root.source.where == Source::Where::Generic) {
+        column.results.reserve(root.varies || isWalked(root) ? column.count : 1);
+    } else if (root.source.where == Source::Where::Constant) {
+        fillConstant(column, program->constants[root.source.index]);
+    } else {
+        constexpr ValueType kinds[typedKinds] = {ValueType::Double, ValueType::Vector, ValueType::Matrix,
+                                                 ValueType::Color,  ValueType::AColor, ValueType::Transform};
+        constexpr std::size_t sizes[typedKinds] = {sizeof(double), sizeof(TracePoint), sizeof(Matrix),
+                                                   sizeof(Color),  sizeof(AColor),     sizeof(TraceTransform)};
+        const std::size_t step = program->kernels->timesAtOnce;
+        const std::size_t room = (column.count + step - 1) / step * step;
+        column.room(room * sizes[static_cast<int>(root.kind)]);
+        column.kind = kinds[static_cast<int>(root.kind)];
     }
 }
 
@@ -163,33 +213,28 @@ void BatchEvaluator::Machine::fillConstant(Column::Data& column, const Plain& va
         value);
 }
 
-void BatchEvaluator::Machine::evaluateBlock(std::size_t start)
+void BatchEvaluator::Machine::evaluate(const CompiledRoot& root, Column::Data& column, const Block& block,
+                                       double*& columnPlace)
 {
-    const bool atOneTime = typed.count == 1;
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-        const CompiledRoot& root = program->roots[i];
-        Column::Data& column = *columns[i].data;
-        if (isWalked(root)) {
-            for (std::size_t time = 0; time < typed.count; ++time) {
-                genericTime = time;
-                column.results.push_back(walked(root.expression));
-            }
-        } else if (root.source.where == Source::Where::Generic) {
-            for (std::size_t time = 0; time < (root.varies ? typed.count : start == 0 ? 1 : 0); ++time)
-                column.results.push_back(evaluateGeneric(root.source.index, time));
-        } else if (root.source.where == Source::Where::Typed) {
-            if (root.fillsColumn)
-                columnPlaces[i] = column.records<double>() + start;
-            if (root.isAlone && !atOneTime) {
-                program->kernels->runAtTimes(typed, root.instruction, 0);
-                continue;
-            }
-            computeTyped(root.source.index, atOneTime, 0);
-            if (root.fillsColumn && atOneTime)
-                *columnPlaces[i] = typed.number;
-            if (!root.fillsColumn)
-                copyToColumn(program->stretches[root.source.index], column, start);
+    const bool atOneTime = block.count == 1;
+    if (isWalked(root)) {
+        for (std::size_t time = 0; time < block.count; ++time) {
+            genericTime = time;
+            column.results.push_back(walked(root.expression));
         }
+    } else if (root.source.where == Source::Where::Generic) {
+        for (std::size_t time = 0; time < (root.varies ? block.count : block.start == 0 ? 1 : 0); ++time)
+            column.results.push_back(evaluateGeneric(root.source.index, time));
+    } else if (root.source.where == Source::Where::Typed) {
+        if (root.fillsColumn)
+            columnPlace = column.records<double>() + block.start;
+        if (root.isAlone && !atOneTime)
+            return program->kernels->runAtTimes(typed, root.instruction, 0);
+        computeTyped(root.source.index, atOneTime, 0);
+        if (root.fillsColumn && atOneTime)
+            *columnPlace = typed.number;
+        if (!root.fillsColumn)
+            copyToColumn(program->stretches[root.source.index], column, block.start);
     }
 }
 
@@ -225,7 +270,7 @@ void BatchEvaluator::Machine::copyToColumn(const Stretch& stretch, Column::Data&
 }
 
 template <typename Record>
-void BatchEvaluator::Machine::finishAs(Column::Data& column, Record (Value::*get)() const)
+void BatchEvaluator::Machines::finishAs(Column::Data& column, Record (Value::*get)() const)
 {
     column.room(column.count * sizeof(Record));
     const std::size_t last = column.results.size() - 1;
@@ -235,7 +280,7 @@ void BatchEvaluator::Machine::finishAs(Column::Data& column, Record (Value::*get
 }
 
 // Columns whose values turn out to be of one kind say so, and lie in plain arrays where the kind is plain.
-void BatchEvaluator::Machine::finishColumns()
+void BatchEvaluator::Machines::finishColumns()
 {
     for (Column& each : columns) {
         Column::Data& column = *each.data;

@@ -23,7 +23,7 @@ namespace Marl {
 // is no Exception pass through, and the evaluator stays usable; what its columns hold is then undefined.
 class MARL_API BatchEvaluator {
 public:
-    // Borrows what was compiled.
+    // Borrows what was compiled; after an update of that it goes by what is new, with the settings that it has.
     explicit BatchEvaluator(const CompiledExpressions& compiled);
     ~BatchEvaluator();
     BatchEvaluator(BatchEvaluator&&) noexcept;
@@ -45,7 +45,8 @@ public:
 
 private:
     class Machine;
-    std::unique_ptr<Machine> machine;
+    class Machines;
+    std::unique_ptr<Machines> machines;
 };
 
 } // namespace Marl

@@ -11,25 +11,35 @@ namespace {
 constexpr std::int32_t none = -1;
 constexpr std::uint32_t noOne = ~std::uint32_t(0);
 
+std::vector<ExpressionAST*> expressionsOf(std::span<const CompiledRoot> roots)
+{
+    std::vector<ExpressionAST*> expressions;
+    expressions.reserve(roots.size());
+    for (const CompiledRoot& root : roots)
+        expressions.push_back(root.expression);
+    return expressions;
+}
+
 } // namespace
 
-Compiler::Compiler(std::span<ExpressionAST* const> expressions, CompiledProgram& compiled)
-    : graph(expressions), program(compiled), kernels(Marl::kernels()), stretchOf(graph.nodes.size(), none)
+Compiler::Compiler(std::span<CompiledRoot> roots, CompiledProgram& compiled)
+    : graph(expressionsOf(roots)), program(compiled), kernels(Marl::kernels()), stretchOf(graph.nodes.size(), none)
 {
     program.kernels = &kernels;
-    for (std::size_t i = 0; i < expressions.size(); ++i) {
+    program.size = graph.nodes.size();
+    for (std::size_t i = 0; i < roots.size(); ++i) {
         const NodeIndex node = graph.resolved(graph.roots[i]);
         const GraphNode& described = graph.nodes[node];
-        CompiledRoot& root = program.roots.emplace_back();
-        root.expression = expressions[i];
+        CompiledRoot& root = roots[i];
         root.source = sourceOf(node);
         root.kind = described.kind;
         root.varies = described.varies;
         root.height = graph.nodes[graph.roots[i]].height;
         const bool isOnlyUser = root.source.where == Source::Where::Typed && described.users == 1;
+        root.isAlone = false;
         root.fillsColumn = isOnlyUser && described.kind == Typed::Number;
         if (root.fillsColumn)
-            columnOf[root.source.index] = static_cast<std::int32_t>(i);
+            columnOf[root.source.index] = static_cast<std::int32_t>(root.column);
         else if (isOnlyUser)
             program.stretches[root.source.index].result = placeOfRoots(program.stretches[root.source.index].form);
     }
@@ -42,7 +52,7 @@ Compiler::Compiler(std::span<ExpressionAST* const> expressions, CompiledProgram&
             compileGeneric(generic, genericNodes[generic]);
             ++generic;
         }
-    for (CompiledRoot& root : program.roots)
+    for (CompiledRoot& root : roots)
         if (root.fillsColumn) {
             const Stretch& stretch = program.stretches[root.source.index];
             root.isAlone = !stretch.needsOthers;

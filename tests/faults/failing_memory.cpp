@@ -6,11 +6,14 @@
 #include <cstdlib>
 #include <utility>
 
+#include <malloc.h>
+
 namespace Marl::Tests {
 
 namespace {
 
 thread_local long live = 0;
+thread_local long bytes = 0;
 thread_local int untilShortage = INT_MAX;
 thread_local bool shortageLasts = false;
 thread_local bool anyFailed = false;
@@ -32,6 +35,7 @@ void* allocated(std::size_t size, std::size_t alignment = alignof(std::max_align
     if (posix_memalign(&memory, alignment, std::max(size, std::size_t{1})) != 0)
         return nullptr;
     ++live;
+    bytes += static_cast<long>(malloc_usable_size(memory));
     return memory;
 }
 
@@ -45,6 +49,7 @@ void* allocatedOrThrow(std::size_t size, std::size_t alignment = alignof(std::ma
 void give(void* memory) noexcept
 {
     live -= memory ? 1 : 0;
+    bytes -= static_cast<long>(malloc_usable_size(memory));
     std::free(memory);
 }
 
@@ -66,6 +71,11 @@ bool endShortage()
 long liveAllocations()
 {
     return live;
+}
+
+long liveBytes()
+{
+    return bytes;
 }
 
 } // namespace Marl::Tests

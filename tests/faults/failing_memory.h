@@ -24,8 +24,9 @@ void runOutOfMemory(const Shortage& shortage);
 // Ends the shortage. Whether anything had failed.
 bool endShortage();
 
-// How many allocations of this thread live.
+// How many allocations of this thread live, and how much they hold.
 long liveAllocations();
+long liveBytes();
 
 // Stopped when std::bad_alloc came out of the action; any other exception is let through.
 Outcome during(const Shortage& shortage, const std::invocable auto& action)

@@ -106,6 +106,42 @@ TEST(BatchEvaluators, OfOneProgramSeeWhatOneAloneSees)
     }
 }
 
+// Each thread keeps its evaluator; nobody tells it of the update but that it may go on.
+TEST(BatchEvaluators, GoOnAfterAnUpdate)
+{
+    Tree t;
+    auto* number = static_cast<NumberExpressionAST*>(t.node(0.0));
+    PropertyAST* edited = t.property(number);
+    Expressions expressions{t.sum(t.reference(edited), t.call(Builtin::Time)), t.list({t.reference(edited)})};
+    for (ExpressionAST* expression : expressions) {
+        expression->heldBy = t.property(expression);
+        t.program.addReferrer(edited, nullptr, expression->heldBy);
+    }
+    expressions.push_back(t.product(t.call(Builtin::Time), 3));
+    expressions.back()->heldBy = t.property(expressions.back());
+    CompiledExpressions compiled(expressions);
+    std::barrier everybody(threads);
+    onAllThreads([&](int thread) {
+        BatchEvaluator evaluator(compiled);
+        everybody.arrive_and_wait();
+        for (int round = 0; round < 200; ++round) {
+            if (thread == round % threads) {
+                number->number = round;
+                compiled.update({{edited}});
+            }
+            everybody.arrive_and_wait();
+            if (thread % 2 == 0) {
+                evaluator.evaluate(Times{1, 2});
+                EXPECT_EQ(evaluator.column(0).numbers()[1], round + 2);
+                EXPECT_EQ(evaluator.column(2).numbers()[1], 6);
+            }
+            EXPECT_EQ(evaluator.valueAt(1, 0).getDouble(), round + 1);
+            EXPECT_EQ(resultOf(evaluator, 1, 1), "[" + std::to_string(round) + "]");
+            everybody.arrive_and_wait();
+        }
+    });
+}
+
 TEST(Evaluators, TryAgainWhereAnotherFailedToRead)
 {
     for (int round = 0; round < 20; ++round) {

@@ -14,7 +14,8 @@ namespace Marl {
 // Compiles what the roots need, stretch by stretch, without recursion.
 class Compiler {
 public:
-    Compiler(std::span<ExpressionAST* const> expressions, CompiledProgram& program);
+    // The roots say which expressions, and in which columns; the rest of them is filled in.
+    Compiler(std::span<CompiledRoot> roots, CompiledProgram& program);
 
 private:
     // Where a typed value is to go, and in which form.

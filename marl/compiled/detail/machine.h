@@ -1,8 +1,9 @@
-// The interpreter of compiled programs.
+// The interpreter of compiled programs, and the interpreters of an evaluator.
 #pragma once
 
 #include <marl/compiled/batch_evaluator.h>
 #include <marl/compiled/detail/column_data.h>
+#include <marl/compiled/detail/compilation.h>
 #include <marl/compiled/detail/program.h>
 #include <marl/compiled/detail/result.h>
 #include <marl/value/exceptions.h>
@@ -15,16 +16,34 @@
 
 namespace Marl {
 
-class BatchEvaluator::Machine {
-public:
-    explicit Machine(const CompiledProgram& compiled);
-
-    void evaluate(std::span<const double> times);
-    Value valueAt(double time, std::size_t root);
-
-    std::vector<Column> columns;
+struct EvaluationSettings {
     unsigned int dontInterpolate = 0;
     int depthLimit = 10'000;
+};
+
+// A block of times of a batch.
+struct Block {
+    const double* times;         // the last one repeated up to the end
+    std::size_t start;           // of the batch
+    std::size_t count;           // of the block
+    std::size_t end;             // a multiple of what a kernel computes at once
+    double* const* columnPlaces; // where numbers go that nothing else needs
+};
+
+// Runs one program.
+class BatchEvaluator::Machine : public EvaluationSettings {
+public:
+    Machine(std::shared_ptr<const CompiledProgram> compiled, const EvaluationSettings& settings);
+
+    Value valueAt(double time, const CompiledRoot& root);
+
+    // A batch: its columns are prepared, then the roots are evaluated at each block.
+    void beginBatch();
+    void prepare(const CompiledRoot& root, Column::Data& column) const;
+    void begin(const Block& block);
+    void evaluate(const CompiledRoot& root, Column::Data& column, const Block& block, double*& columnPlace);
+
+    bool runs(const CompiledProgram* wanted) const { return program.get() == wanted; }
 
 private:
     // A typed stretch that waits for what it needs.
@@ -49,16 +68,10 @@ private:
         bool isActive = false;              // being evaluated at this moment
     };
 
-    void beginBatch();
     void beginBlock(const double* times, std::size_t count);
-    void prepareColumns(std::size_t count);
-    void evaluateBlock(std::size_t start);
-    void finishColumns();
     bool isWalked(const CompiledRoot& root) const { return root.height > depthLimit; }
     Result walk(ExpressionAST* node) const;
     Result walked(ExpressionAST* expression);
-    template <typename Record>
-    void finishAs(Column::Data& column, Record (Value::*get)() const);
     static void fillConstant(Column::Data& column, const Plain& value);
     void copyToColumn(const Stretch& stretch, Column::Data& column, std::size_t start);
 
@@ -81,13 +94,11 @@ private:
     double popNumber();
     Result failureOf(const Exception& thrown);
 
-    const CompiledProgram* program;
+    std::shared_ptr<const CompiledProgram> program; // an update may have taken it out of use
     Evaluation typed;
     std::unique_ptr<std::byte[]> registers;
     std::vector<StretchState> states;
     std::vector<TypedFrame> typedFrames;
-    std::vector<double*> columnPlaces;
-    double paddedTimes[blockLength];
     double oneTime = 0;
 
     std::uint64_t batch = 0;
@@ -96,6 +107,49 @@ private:
     std::vector<Result> stack;
     std::vector<Kept> kept;
     Result latestFailure; // shared by the times that fail alike
+};
+
+// A machine for each program, made when it is first needed, and the columns of all.
+class BatchEvaluator::Machines {
+public:
+    explicit Machines(const Compilation& compiled);
+
+    void evaluate(std::span<const double> times);
+    Value valueAt(double time, std::size_t expression)
+    {
+        const CompiledRoot& root = compilation->roots[expression];
+        if (version != compilation->version || !machines[root.part]) [[unlikely]]
+            return valueAtFirst(time, expression);
+        return machines[root.part]->valueAt(time, root);
+    }
+
+    template <typename Setting>
+    void set(Setting EvaluationSettings::*setting, Setting value)
+    {
+        settings.*setting = value;
+        for (const auto& machine : machines)
+            if (machine)
+                (*machine).*setting = value;
+    }
+
+    std::vector<Column> columns;
+
+private:
+    void catchUp();
+    void makeReady(std::size_t part);
+    Value valueAtFirst(double time, std::size_t expression);
+    void prepareColumns(std::size_t count);
+    void evaluateBlock(const Block& block);
+    void finishColumns();
+    template <typename Record>
+    static void finishAs(Column::Data& column, Record (Value::*get)() const);
+
+    const Compilation* compilation;
+    EvaluationSettings settings;
+    std::uint64_t version = 0;                      // of the compilation that the machines are for
+    std::vector<std::unique_ptr<Machine>> machines; // by part
+    std::vector<double*> columnPlaces;
+    double paddedTimes[blockLength];
 };
 
 } // namespace Marl

@@ -75,6 +75,10 @@ struct GenericStretch {
 // One of the compiled expressions.
 struct CompiledRoot {
     ExpressionAST* expression = nullptr;
+    const PropertyAST* heldBy = nullptr; // null where nobody can say
+    std::uint32_t column = 0;            // its place among all expressions
+    std::uint32_t part = 0;              // of the compilation
+    bool isWholeProperty = false;
     Source source;
     Typed kind = Typed::Number; // of a constant or typed one
     bool fillsColumn = false;   // its stretch writes numbers to the column and nowhere else
@@ -85,7 +89,7 @@ struct CompiledRoot {
 };
 
 struct CompiledProgram {
-    std::vector<CompiledRoot> roots;
+    std::size_t size = 0; // nodes that it was compiled from
 
     const Kernels* kernels = nullptr;
     std::vector<Instruction> instructions;
