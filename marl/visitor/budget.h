@@ -14,7 +14,7 @@ class MARL_API Budget {
 public:
     // clang-format off
     void setStepLimit(std::uint64_t steps)              { stepLimit = steps; begin(); }
-    void setMemoryLimit(std::uint64_t bytes)            { memoryLimit = bytes; }
+    void setMemoryLimit(std::uint64_t most)             { memoryLimit = most; }
     void setStopFlag(const std::atomic<bool>* flag)     { stopFlag = flag; begin(); }
     // clang-format on
 
@@ -33,7 +33,7 @@ public:
     bool limitsMemory() const noexcept { return memoryLimit != 0; }
 
     // What other values hold, which stay while this evaluation goes on.
-    void setBytesHeld(std::uint64_t bytes) noexcept { bytesHeld = bytes; }
+    void setBytesHeld(std::uint64_t held) noexcept { bytesHeld = held; }
 
     // What is left for an evaluation within this one, and what that one has taken.
     Budget rest() const noexcept;
