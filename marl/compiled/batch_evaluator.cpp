@@ -30,6 +30,21 @@ void BatchEvaluator::setDepthLimit(int levels)
     machines->set(&EvaluationSettings::depthLimit, levels);
 }
 
+void BatchEvaluator::setStepLimit(std::uint64_t steps)
+{
+    machines->budget.setStepLimit(steps);
+}
+
+void BatchEvaluator::setMemoryLimit(std::uint64_t bytes)
+{
+    machines->budget.setMemoryLimit(bytes);
+}
+
+void BatchEvaluator::setStopFlag(const std::atomic<bool>* flag)
+{
+    machines->budget.setStopFlag(flag);
+}
+
 void BatchEvaluator::evaluate(std::span<const double> times)
 {
     const ArithmeticEnvironment standard;
@@ -50,7 +65,9 @@ Value BatchEvaluator::valueAt(double time, std::size_t expression)
 BatchEvaluator::Machines::Machines(const Compilation& compiled)
     : columns(compiled.roots.size()), compilation(&compiled), version(compiled.version),
       machines(compiled.parts.size()), columnPlaces(compiled.roots.size())
-{}
+{
+    settings.budget = &budget;
+}
 
 // Gives up the machines of programs that an update has taken out of use.
 void BatchEvaluator::Machines::catchUp()
@@ -102,7 +119,7 @@ void BatchEvaluator::Machines::prepareColumns(std::size_t count)
 {
     for (std::size_t i = 0; i < columns.size(); ++i) {
         const CompiledRoot& root = compilation->roots[i];
-        columns[i].data->begin(count);
+        columns[i].data->begin(count, budget);
         if (count > 0)
             machines[root.part]->prepare(root, *columns[i].data);
     }
@@ -116,6 +133,7 @@ void BatchEvaluator::Machines::evaluateBlock(const Block& block)
     for (std::size_t i = 0; i < columns.size(); ++i) {
         const CompiledRoot& root = compilation->roots[i];
         machines[root.part]->evaluate(root, *columns[i].data, block, columnPlaces[i]);
+        budget.lookAtStopFlag();
     }
 }
 
@@ -127,6 +145,7 @@ BatchEvaluator::Machine::Machine(std::shared_ptr<const CompiledProgram> compiled
     typed.registers = registers.get();
     typed.stretches = program->stretches.data();
     typed.states = states.data();
+    typed.budget = budget;
 }
 
 // What an earlier evaluation that did not end has left is forgotten.
@@ -134,6 +153,7 @@ void BatchEvaluator::Machine::beginBatch()
 {
     ++batch;
     typed.holds = dontInterpolate != 0;
+    budget->letGo(std::exchange(bytesKeptForBatch, 0));
     typedFrames.clear();
     stack.clear();
     for (const GenericFrame& frame : genericFrames)
@@ -144,6 +164,7 @@ void BatchEvaluator::Machine::beginBatch()
 void BatchEvaluator::Machine::beginBlock(const double* times, std::size_t count)
 {
     ++typed.block;
+    budget->letGo(std::exchange(bytesKeptForBlock, 0));
     typed.times = times;
     typed.count = count;
 }
@@ -220,11 +241,11 @@ void BatchEvaluator::Machine::evaluate(const CompiledRoot& root, Column::Data& c
     if (isWalked(root)) {
         for (std::size_t time = 0; time < block.count; ++time) {
             genericTime = time;
-            column.results.push_back(walked(root.expression));
+            column.add(walked(root.expression), *budget);
         }
     } else if (root.source.where == Source::Where::Generic) {
         for (std::size_t time = 0; time < (root.varies ? block.count : block.start == 0 ? 1 : 0); ++time)
-            column.results.push_back(evaluateGeneric(root.source.index, time));
+            column.add(evaluateGeneric(root.source.index, time), *budget);
     } else if (root.source.where == Source::Where::Typed) {
         if (root.fillsColumn)
             columnPlace = column.records<double>() + block.start;
@@ -309,6 +330,7 @@ void BatchEvaluator::Machines::finishColumns()
 // What is nested too deeply for the limit, or may be, is left to a walk, which knows at what it fails.
 Result BatchEvaluator::Machine::walked(ExpressionAST* expression)
 {
+    budget->begin();
     try {
         if (!expression)
             failIncomplete();
@@ -333,6 +355,7 @@ void BatchEvaluator::Machine::computeTyped(std::uint32_t index, bool atOneTime, 
         return;
     typedFrames.push_back({stretch, &program->instructions[wanted.firstInstruction], atOneTime, position, 0});
     while (!typedFrames.empty()) {
+        budget->lookAtStopFlag();
         const TypedFrame frame = typedFrames.back();
         typed.progress = frame.progress;
         run(frame.instruction, frame.position, frame.atOneTime);

@@ -6,7 +6,9 @@
 #include <marl/compiled/compiled_expressions.h>
 #include <marl/value/value.h>
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <span>
 
@@ -32,6 +34,15 @@ public:
     // As for the CalculationVisitor.
     void setDontInterpolate(unsigned int hold);
     void setDepthLimit(int levels);
+
+    // Limits as for the CalculationVisitor, for each expression at each time. There are fewer steps: what is
+    // computed for several expressions, or known when compiling, is no step of theirs, and arithmetic on known
+    // kinds is none at all, for there is never more of it than the trees have nodes. Memory is that of the lists
+    // and texts in all columns together. Behind evaluate() that was stopped, which throws, the columns are
+    // undefined.
+    void setStepLimit(std::uint64_t steps);
+    void setMemoryLimit(std::uint64_t bytes);
+    void setStopFlag(const std::atomic<bool>* flag);
 
     // All expressions at all times, which may come in any order; rising ones are fastest. Failures wait in
     // the columns.

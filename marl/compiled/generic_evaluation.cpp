@@ -10,6 +10,7 @@
 #include <marl/value/detail/truncation.h>
 #include <marl/visitor/calculation_visitor.h>
 
+#include <algorithm>
 #include <cstring>
 #include <typeinfo>
 #include <utility>
@@ -44,6 +45,12 @@ Result BatchEvaluator::Machine::failureOf(const Exception& thrown)
 Result BatchEvaluator::Machine::walk(ExpressionAST* node) const
 {
     CalculationVisitor walk;
+    walk.budget = budget->rest();
+    struct Taking {
+        ~Taking() { all.take(part); }
+        Budget& all;
+        const Budget& part;
+    } const taking{*budget, walk.budget}; // also where it fails
     walk.setTimeParam(typed.times[genericTime]);
     walk.setDontInterpolate(dontInterpolate);
     walk.setDepthLimit(depthLimit);
@@ -54,6 +61,7 @@ Result BatchEvaluator::Machine::walk(ExpressionAST* node) const
 Result BatchEvaluator::Machine::evaluateGeneric(std::uint32_t stretch, std::size_t time)
 {
     genericTime = time;
+    budget->begin();
     if (enter(stretch))
         runGeneric();
     Result result = std::move(stack.back());
@@ -74,6 +82,7 @@ bool BatchEvaluator::Machine::enter(std::uint32_t index)
         }
         const std::size_t slot = stretch.varies ? genericTime : 0;
         if (place.numbers[slot] == (stretch.varies ? typed.block : batch)) {
+            takeMemory(place.results[slot]);
             stack.push_back(place.results[slot]);
             return false;
         }
@@ -98,8 +107,28 @@ void BatchEvaluator::Machine::leave(Result result)
         place.results[slot] = result;
         place.numbers[slot] = stretch.varies ? typed.block : batch;
         place.isActive = false;
+        hold(stretch, result);
     }
     stack.push_back(std::move(result));
+}
+
+// What is kept counts for every evaluation that follows.
+void BatchEvaluator::Machine::hold(const GenericStretch& stretch, const Result& result)
+{
+    if (!budget->limitsMemory())
+        return;
+    const std::uint64_t bytes = allBytesOf(result.getValue());
+    budget->hold(bytes);
+    (stretch.varies ? bytesKeptForBlock : bytesKeptForBatch) += bytes;
+}
+
+// Lists may be long, and so each is a chance to stop.
+void BatchEvaluator::Machine::takeMemory(const Result& result)
+{
+    if (result.getKind() == Result::Kind::Value)
+        budget->lookAtStopFlag();
+    if (budget->limitsMemory())
+        budget->takeMemory(allBytesOf(result.getValue()));
 }
 
 // Until the stretch that was entered last has left its result on the stack. A failure ends every stretch
@@ -111,6 +140,7 @@ void BatchEvaluator::Machine::runGeneric()
         Result failure;
         const GenericInstruction& instruction = *genericFrames.back().instruction++;
         try {
+            budget->takeStep();
             const std::size_t frames = genericFrames.size();
             if (instruction.task == GenericTask::Return) {
                 Result result = std::move(stack.back());
@@ -257,7 +287,8 @@ void BatchEvaluator::Machine::execute(const GenericInstruction& instruction)
             arguments[i] = popValue();
         auto* function = static_cast<FunctionExpressionAST*>(instruction.node);
         stack.emplace_back(function->call(arguments, {typed.times[genericTime], typed.holds}));
-        return;
+        takeMemory(stack.back());
+        return budget->lookAtStopFlag();
     }
     case GenericTask::MakeVector: {
         const double z = popNumber(), y = popNumber(), x = popNumber();
@@ -285,7 +316,9 @@ void BatchEvaluator::Machine::execute(const GenericInstruction& instruction)
         return;
     }
     case GenericTask::MakeList: {
-        ArrayHold<Value> list(static_cast<ListExpressionAST*>(instruction.node)->itemCount);
+        const int count = static_cast<ListExpressionAST*>(instruction.node)->itemCount;
+        budget->takeMemory(sizeof(Value) * static_cast<std::uint64_t>(std::max(count, 0)));
+        ArrayHold<Value> list(count);
         const std::size_t first = stack.size() - instruction.count;
         for (std::size_t i = 0; i < instruction.count && i < static_cast<std::size_t>(list->count); ++i)
             list[static_cast<int>(i)] = stack[first + i].getValue();

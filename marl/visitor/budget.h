@@ -32,8 +32,9 @@ public:
 
     bool limitsMemory() const noexcept { return memoryLimit != 0; }
 
-    // What other values hold, which stay while this evaluation goes on.
-    void setBytesHeld(std::uint64_t held) noexcept { bytesHeld = held; }
+    // Of values that stay while other evaluations go on.
+    void hold(std::uint64_t kept) noexcept { bytesHeld += kept; }
+    void letGo(std::uint64_t kept) noexcept { bytesHeld -= kept; }
 
     // What is left for an evaluation within this one, and what that one has taken.
     Budget rest() const noexcept;

@@ -4,10 +4,13 @@
 #include <marl/compiled/column.h>
 #include <marl/compiled/detail/registers.h>
 #include <marl/compiled/detail/result.h>
+#include <marl/value/detail/footprint.h>
+#include <marl/visitor/budget.h>
 
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace Marl {
@@ -30,9 +33,20 @@ struct Column::Data {
         return reinterpret_cast<Record*>(plain.get());
     }
 
-    // Forgets the last batch.
-    void begin(std::size_t times)
+    void add(Result&& result, Budget& budget)
     {
+        if (budget.limitsMemory()) {
+            const std::uint64_t bytes = allBytesOf(result.getValue());
+            budget.hold(bytes);
+            bytesHeld += bytes;
+        }
+        results.push_back(std::move(result));
+    }
+
+    // Forgets the last batch.
+    void begin(std::size_t times, Budget& budget)
+    {
+        budget.letGo(std::exchange(bytesHeld, 0));
         count = times;
         kind.reset();
         results.clear();
@@ -42,6 +56,7 @@ struct Column::Data {
     std::optional<ValueType> kind;
     std::unique_ptr<std::byte[]> plain; // of a plain kind: its records
     std::size_t capacity = 0;
+    std::uint64_t bytesHeld = 0; // by results, where memory is limited
     std::vector<Result> results; // of every other column
 };
 

@@ -510,6 +510,12 @@ struct Compute<Number, std::integer_sequence<int, k...>> {
         MARL_GO_ON(accumulator...);
     }
 
+    MARL_KERNEL lookAtStopFlag(MARL_STATE)
+    {
+        e->budget->lookAtStopFlag();
+        MARL_GO_ON(accumulator...);
+    }
+
     // Goes back to where the stretch began until all times of the block are computed.
     [[gnu::always_inline]] static inline void again(const Instruction* step, Evaluation* e, std::byte* registers,
                                                     std::size_t position, Same<Number, k>... accumulator)

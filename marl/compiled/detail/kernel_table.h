@@ -175,6 +175,7 @@ Kernels allKernels()
     all.narrowed = MARL_BOTH(template change<itself, Form::WideVector, Form::Vector>);
     all.widened = MARL_BOTH(template change<itself, Form::Vector, Form::WideVector>);
 
+    all.lookAtStopFlag = MARL_BOTH(lookAtStopFlag);
     all.need = MARL_BOTH(need);
     all.needKeys = MARL_BOTH(needKeys);
     all.keyTime = MARL_BOTH(nextKeyTime);

@@ -11,6 +11,7 @@
 #include <marl/ast/key_times.h>
 #include <marl/compiled/detail/registers.h>
 #include <marl/value/detail/blend.h>
+#include <marl/visitor/budget.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -122,6 +123,7 @@ struct Evaluation {
     std::size_t end = 0;            // times to compute, a multiple of what a kernel computes at once
     std::size_t count = 0;          // times of the block
     bool holds = false;             // keys hold instead of blending
+    const Budget* budget = nullptr;
 
     // Where kernels leave off: behind the last instruction nothing, else what must be computed first.
     const Instruction* resume = nullptr; // the instruction to go on with
@@ -190,7 +192,7 @@ struct Kernels {
     Kernel negative[forms];
     Kernel length, noise; // to the accumulator
     Kernel cross;
-    Kernel function; // of the host's
+    Kernel function;    // of the host's
     Kernel fill[forms]; // from a constant
     Kernel copy[forms];
     Kernel narrowed, widened; // a vector's other form
@@ -201,9 +203,10 @@ struct Kernels {
     Kernel numberKeys; // constant ones, to the accumulator
     Kernel keyTime;    // the next one of times that vary
     Kernel varyingKeys[forms];
-    Kernel finish;       // a stretch
-    Kernel finishNumber; // whose result is the accumulator
-    Kernel finishColumn; // which goes to a column
+    Kernel lookAtStopFlag; // now and then in long stretches
+    Kernel finish;         // a stretch
+    Kernel finishNumber;   // whose result is the accumulator
+    Kernel finishColumn;   // which goes to a column
 };
 
 const Kernels& baselineKernels();

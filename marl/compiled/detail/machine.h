@@ -7,6 +7,7 @@
 #include <marl/compiled/detail/program.h>
 #include <marl/compiled/detail/result.h>
 #include <marl/value/exceptions.h>
+#include <marl/visitor/budget.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -19,6 +20,7 @@ namespace Marl {
 struct EvaluationSettings {
     unsigned int dontInterpolate = 0;
     int depthLimit = 10'000;
+    Budget* budget = nullptr; // of the evaluator
 };
 
 // A block of times of a batch.
@@ -85,6 +87,8 @@ private:
     void runGeneric();
     bool enter(std::uint32_t stretch);
     void leave(Result result);
+    void hold(const GenericStretch& stretch, const Result& result);
+    void takeMemory(const Result& result);
     void execute(const GenericInstruction& instruction);
     void push(Source source, bool isSurelyNeeded);
     void operate(TOKENTYPE op);
@@ -106,6 +110,8 @@ private:
     std::vector<GenericFrame> genericFrames;
     std::vector<Result> stack;
     std::vector<Kept> kept;
+    std::uint64_t bytesKeptForBlock = 0; // where the evaluator's memory is limited
+    std::uint64_t bytesKeptForBatch = 0;
     Result latestFailure; // shared by the times that fail alike
 };
 
@@ -133,6 +139,7 @@ public:
     }
 
     std::vector<Column> columns;
+    Budget budget;
 
 private:
     void catchUp();
