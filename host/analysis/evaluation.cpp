@@ -6,6 +6,8 @@
 
 #include <fmt/format.h>
 
+#include <string_view>
+
 namespace Marl::Host {
 
 void TracingEvaluator::enter(ExpressionAST* node)
@@ -46,6 +48,15 @@ std::string kindsThatMet(const Exception& failure)
     return fmt::format("The left side is {}, the right side {}. ", left, right);
 }
 
+// A scene may mean what takes so much.
+std::string wayAroundLimit(const Exception& failure)
+{
+    const std::string_view message = failure.what();
+    if (message == "Evaluation takes too many steps.")
+        return "--limit-steps allows more. ";
+    return message == "Values take too much memory." ? "--limit-memory allows more. " : "";
+}
+
 } // namespace
 
 Value evaluate(const SceneProperty& property, const Moment& moment)
@@ -61,7 +72,8 @@ Diagnostic diagnosticOf(const Scene& scene, const SceneProperty& property, doubl
     if (failure.byte() >= 0)
         place = {failure.byte(), failure.byte()};
     return {Severity::Error, place, failure.what(),
-            fmt::format("{}({} at time {})", kindsThatMet(failure), property.name(), numberText(time))};
+            fmt::format("{}{}({} at time {})", kindsThatMet(failure), wayAroundLimit(failure), property.name(),
+                        numberText(time))};
 }
 
 } // namespace Marl::Host

@@ -22,12 +22,14 @@ bool isPlainNumber(ExpressionAST* node)
 
 class Explainer {
 public:
-    Explainer(const Scene& given, const Moment& when) : scene(given), moment(when) {}
+    Explainer(const Scene& given, const Moment& when, const Limits& most) : scene(given), moment(when), limits(most)
+    {}
 
     void run(ExpressionAST* expression)
     {
         tracer.setTimeParam(moment.time);
         tracer.setDontInterpolate(moment.holdsKeys ? 1 : 0);
+        limits.apply(tracer);
         tracer.heard = [this](const ExpressionAST* node, const Value& value) {
             values.insert_or_assign(node, value);
         };
@@ -160,11 +162,13 @@ private:
         const CompiledExpressions compiled({&node, 1});
         BatchEvaluator evaluator(compiled);
         evaluator.setDontInterpolate(moment.holdsKeys ? 1 : 0);
+        limits.apply(evaluator);
         return evaluator.valueAt(moment.time, 0);
     }
 
     const Scene& scene;
     const Moment moment;
+    const Limits limits;
     TracingEvaluator tracer;
     std::unordered_map<const ExpressionAST*, Value> values;
     std::string message;
@@ -173,9 +177,10 @@ private:
 
 } // namespace
 
-std::vector<ExplainedPart> explain(const Scene& scene, const SceneProperty& property, const Moment& moment)
+std::vector<ExplainedPart> explain(const Scene& scene, const SceneProperty& property, const Moment& moment,
+                                   const Limits& limits)
 {
-    Explainer explainer(scene, moment);
+    Explainer explainer(scene, moment, limits);
     explainer.run(property.property->expression);
     return std::move(explainer.parts);
 }

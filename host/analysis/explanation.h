@@ -2,6 +2,7 @@
 #pragma once
 
 #include <host/analysis/evaluation.h>
+#include <host/analysis/limits.h>
 
 #include <optional>
 #include <string>
@@ -22,6 +23,7 @@ struct ExplainedPart {
 // their own: the part around them shows them. Of keys those in use are parts, of references what
 // they name. Long lists and deep trees are cut, but never before the part that fails, which is also
 // followed into other properties.
-std::vector<ExplainedPart> explain(const Scene& scene, const SceneProperty& property, const Moment& moment);
+std::vector<ExplainedPart> explain(const Scene& scene, const SceneProperty& property, const Moment& moment,
+                                   const Limits& limits);
 
 } // namespace Marl::Host

@@ -2,6 +2,7 @@
 #include <host/commands/command.h>
 
 #include <host/commands/interrupt.h>
+#include <host/commands/limit_options.h>
 #include <host/commands/prepared_scene.h>
 #include <host/commands/sampling.h>
 #include <host/commands/selection.h>
@@ -37,6 +38,7 @@ struct EvalOptions {
     std::vector<std::string> names;
     TimeOptions times;
     bool holdsKeys = false;
+    Limits limits;
     std::string format = "table";
     std::string output;
     bool keepsPartial = false;
@@ -77,7 +79,7 @@ int runEval(const EvalOptions& options)
     if (options.keepsPartial)
         requireOtherFile(scene.file, output->partialName());
     const std::vector<double> moments = listed(times);
-    Sampling sampling(selected, moments, options.holdsKeys, format.text);
+    Sampling sampling(selected, moments, options.holdsKeys, options.limits, format.text);
     sampling.run(options.jobs);
     times.count = sampling.finished;
     bool anyFailed = prepared.hasMistakes;
@@ -137,6 +139,7 @@ void addEvalCommand(CLI::App& app, int& status)
     command->add_option("--jobs", options->jobs, "So many threads, 1 unless given; the results are the same")
         ->check(CLI::Range(1, 256))
         ->type_name("N");
+    addLimitOptions(*command, options->limits);
     command->footer(footer);
     command->callback([options, &status] { status = runEval(*options); });
 }

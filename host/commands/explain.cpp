@@ -2,6 +2,7 @@
 #include <host/commands/command.h>
 
 #include <host/analysis/explanation.h>
+#include <host/commands/limit_options.h>
 #include <host/commands/prepared_scene.h>
 #include <host/commands/selection.h>
 #include <host/output/output.h>
@@ -26,6 +27,7 @@ struct ExplainOptions {
     std::string name;
     std::string time = "0";
     bool holdsKeys = false;
+    Limits limits;
 };
 
 constexpr std::size_t textWidth = 50;
@@ -91,7 +93,7 @@ int runExplain(const ExplainOptions& options)
                                  scene.file.lineColumnText(scene.placeOf(property.property).begin),
                                  printable(property.name()), numberText(moment.time)));
         std::vector<Row> rows;
-        for (const ExplainedPart& part : explain(scene, property, moment)) {
+        for (const ExplainedPart& part : explain(scene, property, moment, options.limits)) {
             rows.push_back(rowOf(part, scene));
             anyFailed = anyFailed || part.fails;
         }
@@ -120,6 +122,7 @@ void addExplainCommand(CLI::App& app, int& status)
     command->add_option("PROPERTY", options->name, "What to explain")->required()->type_name("");
     command->add_option("--time", options->time, "The time, 0 unless given")->type_name("TIME");
     command->add_flag("--hold", options->holdsKeys, "Hold the earlier key's value instead of blending");
+    addLimitOptions(*command, options->limits);
     command->footer(footer);
     command->callback([options, &status] { status = runExplain(*options); });
 }

@@ -2,6 +2,7 @@
 #include <host/commands/command.h>
 
 #include <host/analysis/children.h>
+#include <host/commands/limit_options.h>
 #include <host/commands/prepared_scene.h>
 #include <host/commands/sampling.h>
 #include <host/commands/selection.h>
@@ -33,6 +34,7 @@ struct PlotOptions {
     std::string from, to;
     int samples = 200;
     std::string output;
+    Limits limits;
 };
 
 struct Range {
@@ -152,7 +154,8 @@ int runPlot(const PlotOptions& options)
         for (const double time : group.times)
             group.isKey.push_back(std::ranges::binary_search(keys, time));
 
-        Sampling sampling({&property, 1}, group.times, false, [](const Value&) { return std::string(); });
+        Sampling sampling({&property, 1}, group.times, false, options.limits,
+                          [](const Value&) { return std::string(); });
         sampling.run(1);
         reportFailures(scene, prepared.resolution, property, sampling.failures[0], group.times.size());
         anyFailed = anyFailed || sampling.failures[0].count > 0;
@@ -199,6 +202,7 @@ void addPlotCommand(CLI::App& app, int& status)
         ->add_option("-o,--output", options->output,
                      "Write a picture to this .svg or .png; it is replaced only by a whole one")
         ->type_name("FILE");
+    addLimitOptions(*command, options->limits);
     command->footer(footer);
     command->callback([options, &status] { status = runPlot(*options); });
 }

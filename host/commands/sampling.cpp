@@ -36,9 +36,9 @@ void addValue(const Column& column, std::size_t i, double time, Track& values, F
 
 } // namespace
 
-Sampling::Sampling(std::span<const SceneProperty> what, std::span<const double> when, bool hold,
+Sampling::Sampling(std::span<const SceneProperty> what, std::span<const double> when, bool hold, const Limits& given,
                    std::string (*text)(const Value&))
-    : failures(what.size()), properties(what), times(when), holdsKeys(hold), textOfValue(text)
+    : failures(what.size()), properties(what), times(when), holdsKeys(hold), limits(given), textOfValue(text)
 {
     for (const SceneProperty& property : properties)
         tracks.emplace_back(property.name(), text);
@@ -91,6 +91,7 @@ void Sampling::work(Group& group)
         compile(group);
         BatchEvaluator evaluator(*group.compiled);
         evaluator.setDontInterpolate(holdsKeys ? 1 : 0);
+        limits.apply(evaluator, &stops);
         lock.lock();
         while (const std::optional<std::size_t> index = takeBlock(group)) {
             const Block block = blocks[*index];
@@ -106,8 +107,8 @@ void Sampling::work(Group& group)
     } catch (...) {
         if (!lock)
             lock.lock();
-        trouble = std::current_exception();
-        stops = true;
+        if (!stops.exchange(true)) // else it is that it was stopped
+            trouble = std::current_exception();
     }
     --working;
     changed.notify_all();

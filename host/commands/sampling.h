@@ -1,6 +1,7 @@
 // Evaluating properties over many times.
 #pragma once
 
+#include <host/analysis/limits.h>
 #include <host/commands/failure_report.h>
 #include <host/output/track.h>
 #include <host/scene/deep_stack.h>
@@ -24,15 +25,15 @@ namespace Marl::Host {
 class Sampling {
 public:
     // Borrows the properties and times. Values that are no records are kept as what `text` makes of them.
-    Sampling(std::span<const SceneProperty> what, std::span<const double> when, bool hold,
+    Sampling(std::span<const SceneProperty> what, std::span<const double> when, bool hold, const Limits& limits,
              std::string (*text)(const Value&));
     // Waits for threads that are still at work.
     ~Sampling();
     Sampling(const Sampling&) = delete;
     Sampling& operator=(const Sampling&) = delete;
 
-    // Evaluates until all is done, or until the InterruptWatch notes Ctrl-C; then threads may still
-    // be at work on their last times, which no longer count. Throws what is no failure of a property.
+    // Evaluates until all is done, or until the InterruptWatch notes Ctrl-C; then a thread may still be at
+    // work on a step that takes long, which no longer counts. Throws what is no failure of a property.
     void run(int jobs);
 
     // What came out at the first times, by property.
@@ -70,6 +71,7 @@ private:
     const std::span<const SceneProperty> properties;
     const std::span<const double> times;
     const bool holdsKeys;
+    const Limits limits;
     std::string (*const textOfValue)(const Value&);
 
     std::atomic<bool> stops = false;
