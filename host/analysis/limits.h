@@ -9,7 +9,7 @@ namespace Marl::Host {
 // Enough for every scene that anyone wants to wait for; 0 is no limit.
 struct Limits {
     std::uint64_t steps = 100'000'000;
-    std::uint64_t memory = std::uint64_t(1) << 30; // bytes
+    std::uint64_t memory = 512 << 20; // bytes
 
     void apply(auto& evaluator, const std::atomic<bool>* stop = nullptr) const
     {

@@ -8,11 +8,11 @@ void addLimitOptions(CLI::App& command, Limits& limits)
 {
     command
         .add_option("--limit-steps", limits.steps,
-                    "Give a value up after so many steps, 100,000,000 unless given; 0 is no limit")
+                    "Give a value up after so many, 100,000,000 unless given; 0: no limit")
         ->type_name("COUNT");
     command
         .add_option("--limit-memory", limits.memory,
-                    "Give a value up when its lists and texts need more, 1 GB unless given; 0 is no limit")
+                    "Lists and texts that one value may need, 512 MB unless given; 0: no limit")
         ->transform(CLI::AsSizeValue(false))
         ->type_name("SIZE");
 }
