@@ -63,10 +63,13 @@ Value BatchEvaluator::valueAt(double time, std::size_t expression)
 }
 
 BatchEvaluator::Machines::Machines(const Compilation& compiled)
-    : columns(compiled.roots.size()), compilation(&compiled), version(compiled.version),
+    : columns(compiled.roots.size()), compilation(&compiled), roots(compiled.roots.data()), version(compiled.version),
       machines(compiled.parts.size()), columnPlaces(compiled.roots.size())
 {
     settings.budget = &budget;
+    if (version == 0 && !machines.empty())
+        makeReady(0);
+    first = machines.empty() ? nullptr : machines.front().get();
 }
 
 // Gives up the machines of programs that an update has taken out of use.
@@ -87,10 +90,12 @@ void BatchEvaluator::Machines::makeReady(std::size_t part)
         machines[part] = std::make_unique<Machine>(compilation->parts[part].program, settings);
 }
 
-Value BatchEvaluator::Machines::valueAtFirst(double time, std::size_t expression)
+// A function of its own, so that evaluation without updates saves no registers for it.
+[[gnu::noinline]] Value BatchEvaluator::Machines::valueAfterUpdate(double time, const CompiledRoot& root)
 {
-    makeReady(compilation->roots[expression].part);
-    return valueAt(time, expression);
+    if (version != compilation->version || !machines[root.part])
+        makeReady(root.part);
+    return machines[root.part]->valueAt(time, root);
 }
 
 void BatchEvaluator::Machines::evaluate(std::span<const double> times)
@@ -118,7 +123,7 @@ void BatchEvaluator::Machines::evaluate(std::span<const double> times)
 void BatchEvaluator::Machines::prepareColumns(std::size_t count)
 {
     for (std::size_t i = 0; i < columns.size(); ++i) {
-        const CompiledRoot& root = compilation->roots[i];
+        const CompiledRoot& root = roots[i];
         columns[i].data->begin(count, budget);
         if (count > 0)
             machines[root.part]->prepare(root, *columns[i].data);
@@ -131,7 +136,7 @@ void BatchEvaluator::Machines::evaluateBlock(const Block& block)
         if (machine)
             machine->begin(block);
     for (std::size_t i = 0; i < columns.size(); ++i) {
-        const CompiledRoot& root = compilation->roots[i];
+        const CompiledRoot& root = roots[i];
         machines[root.part]->evaluate(root, *columns[i].data, block, columnPlaces[i]);
         budget.lookAtStopFlag();
     }
@@ -153,7 +158,8 @@ void BatchEvaluator::Machine::beginBatch()
 {
     ++batch;
     typed.holds = dontInterpolate != 0;
-    budget->letGo(std::exchange(bytesKeptForBatch, 0));
+    if (bytesKeptForBatch > 0)
+        budget->letGo(std::exchange(bytesKeptForBatch, 0));
     typedFrames.clear();
     stack.clear();
     for (const GenericFrame& frame : genericFrames)
@@ -164,7 +170,8 @@ void BatchEvaluator::Machine::beginBatch()
 void BatchEvaluator::Machine::beginBlock(const double* times, std::size_t count)
 {
     ++typed.block;
-    budget->letGo(std::exchange(bytesKeptForBlock, 0));
+    if (bytesKeptForBlock > 0)
+        budget->letGo(std::exchange(bytesKeptForBlock, 0));
     typed.times = times;
     typed.count = count;
 }

@@ -47,8 +47,8 @@ Result BatchEvaluator::Machine::walk(ExpressionAST* node) const
     CalculationVisitor walk;
     walk.budget = budget->rest();
     struct Taking {
-        ~Taking() { all.take(part); }
-        Budget& all;
+        ~Taking() { whole.take(part); }
+        Budget& whole;
         const Budget& part;
     } const taking{*budget, walk.budget}; // also where it fails
     walk.setTimeParam(typed.times[genericTime]);

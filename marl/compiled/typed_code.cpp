@@ -192,8 +192,8 @@ std::optional<Compiler::Simple> Compiler::simple(NodeIndex node)
 
 Instruction& Compiler::emit(const Kernel& kernel)
 {
-    constexpr std::size_t instructionsBetweenLooks = 500;
-    if (program.instructions.size() % instructionsBetweenLooks == 0)
+    constexpr std::size_t instructionsBetweenLooks = 500; // few expressions are so long
+    if (program.instructions.size() % instructionsBetweenLooks == instructionsBetweenLooks - 1)
         program.instructions.emplace_back().kernel = kernels.lookAtStopFlag;
     Instruction& made = program.instructions.emplace_back();
     made.kernel = kernel;

@@ -45,10 +45,9 @@ void Budget::takeMemory(std::uint64_t more)
     bytes += more;
 }
 
-void Budget::lookAtStopFlag() const
+void Budget::failStopped()
 {
-    if (stopFlag && stopFlag->load(std::memory_order_relaxed))
-        fail("Evaluation was stopped.");
+    fail("Evaluation was stopped.");
 }
 
 Budget Budget::rest() const noexcept

@@ -28,8 +28,13 @@ public:
             look();
     }
     void takeMemory(std::uint64_t bytes);
-    void lookAtStopFlag() const;
+    void lookAtStopFlag() const
+    {
+        if (stopFlag && stopFlag->load(std::memory_order_relaxed)) [[unlikely]]
+            failStopped();
+    }
 
+    bool isLimited() const noexcept { return stepLimit != 0 || memoryLimit != 0 || stopFlag; }
     bool limitsMemory() const noexcept { return memoryLimit != 0; }
 
     // Of values that stay while other evaluations go on.
@@ -44,6 +49,7 @@ private:
     static constexpr std::uint64_t never = std::numeric_limits<std::uint64_t>::max();
 
     void look();
+    [[noreturn]] static void failStopped();
     void countOn() noexcept;
     std::uint64_t stepsTaken() const noexcept { return stepsBefore + (stretch - untilLook); }
 

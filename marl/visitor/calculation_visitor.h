@@ -9,7 +9,10 @@
 #include <marl/visitor/budget.h>
 #include <marl/visitor/value_stack.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 
 namespace Marl {
@@ -41,20 +44,20 @@ public:
 
     // How many levels of nodes may lie in one another, property references included, before a
     // visit fails with "Expression is nested too deeply.". The default suits a stack of 8 MiB.
-    void setDepthLimit(int levels) { depthLimit = levels; }
+    void setDepthLimit(int levels) { depthLimit = levels, watch(); }
 
     // Limits of one evaluation, which begins where the host lets a node accept the evaluator; 0 and null are no
     // limit. Each ends in a failure; the evaluator stays usable.
     //
-    // How many nodes may be visited, those behind references again each time:
-    // "Evaluation takes too many steps."
-    void setStepLimit(std::uint64_t steps) { budget.setStepLimit(steps); }
+    // How many nodes with others below them may be visited, references included, and how many items of lists and
+    // keys of curves: "Evaluation takes too many steps."
+    void setStepLimit(std::uint64_t steps) { budget.setStepLimit(steps), watch(); }
     // How much the lists and texts that come into being may hold together, elements of lists that are joined
     // counted where they came from: "Values take too much memory."
-    void setMemoryLimit(std::uint64_t bytes) { budget.setMemoryLimit(bytes); }
+    void setMemoryLimit(std::uint64_t bytes) { budget.setMemoryLimit(bytes), watch(); }
     // Looked at at least once in a thousand steps and behind every call of a host's function, borrowed; any
     // thread may set it: "Evaluation was stopped."
-    void setStopFlag(const std::atomic<bool>* flag) { budget.setStopFlag(flag); }
+    void setStopFlag(const std::atomic<bool>* flag) { budget.setStopFlag(flag), watch(); }
 
     // A copy of the newest value, which stays; undefined before anything was evaluated.
     Value getResult() const { return valueStack.isEmpty() ? Value() : valueStack.top(); }
@@ -114,7 +117,9 @@ private:
     class HeldValue;
     struct Bracket;
 
-    void enterOutermost(ExpressionAST* node);
+    void watch() { unwatchedLevels = budget.isLimited() ? std::min(depthLimit, 0) : depthLimit; }
+    void enterWatched(ExpressionAST* node);
+    void takeStep(ExpressionAST* node);
     void takeMemory(ExpressionAST* node, std::uint64_t bytes);
 
     // What fails in these names the node.
@@ -145,7 +150,9 @@ private:
 
     int depthLimit = 10'000;
     int depth = 0;
+    int unwatchedLevels = depthLimit; // none where an evaluation is limited
     Budget budget;
+
     ActiveProperties activeProperties;
     std::optional<ValueStack> heldValues; // taken off the stack and needed later in the same visit
 };

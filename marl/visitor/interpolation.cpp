@@ -43,6 +43,7 @@ CalculationVisitor::bracketVaryingTime(InterpolateExpressionAST* node)
     InterpolateKey *previous = nullptr, *earlier = nullptr, *later = nullptr;
     double firstTime = 0, previousTime = 0, factor = 0;
     for (InterpolateKey* key = node->firstKey; key; key = key->next) {
+        takeStep(node);
         evaluate(node, key->time);
         const double time = takeNumberOrLeave(node, Complaint::keyTime);
         if (!previous)

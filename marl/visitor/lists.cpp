@@ -19,6 +19,7 @@ void CalculationVisitor::visitListExpression(ListExpressionAST* node)
     ArrayHold<Value> list(node->itemCount);
     int i = 0;
     for (const ListItem* item = node->firstItem; item; item = item->next, ++i) {
+        takeStep(node);
         evaluate(node, item->expression);
         if (i < list->count)
             list[i] = std::move(valueStack.top());

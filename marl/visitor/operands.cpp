@@ -2,12 +2,22 @@
 
 namespace Marl {
 
-// An evaluation begins, unless the level is one too many.
-void CalculationVisitor::enterOutermost(ExpressionAST* node)
+// A level that may be one too many, or the outermost one, with which an evaluation begins, or a step of one that
+// is limited.
+void CalculationVisitor::enterWatched(ExpressionAST* node)
 {
     if (depth >= depthLimit)
         at(node, failTooDeep);
-    budget.begin();
+    if (depth == 0)
+        budget.begin();
+    takeStep(node);
+}
+
+// Also for work that is no level: an item of a list, a key.
+void CalculationVisitor::takeStep(ExpressionAST* node)
+{
+    if (budget.isLimited())
+        at(node, [this] { budget.takeStep(); });
 }
 
 // For a list or a text that comes into being. A leaf may be all that is evaluated.

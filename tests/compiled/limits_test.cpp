@@ -102,8 +102,8 @@ TEST_F(Limits, EndWhatTakesTooMuch)
         Given limits;
         std::string walked, compiled;
     } rows[] = {
-        {"as many steps as there are children", t.sum(t.sum(1, time), 2), {.steps = 4}, fine, fine},
-        {"one step too many", t.sum(t.sum(1, time), 2), {.steps = 3}, tooManySteps, fine},
+        {"as many steps as operators", t.sum(t.sum(1, time), 2), {.steps = 2}, fine, fine},
+        {"one step too many", t.sum(t.sum(1, time), 2), {.steps = 1}, tooManySteps, fine},
         {"numbers doubled", doubled(time, 40), {.steps = 10'000}, tooManySteps, fine},
         {"lists doubled", doubled(items, 22), {.bytes = megabyte}, tooMuchMemory, tooMuchMemory},
         {"the same by steps", doubled(items, 12), {.steps = 1000}, tooManySteps, fine},

@@ -123,10 +123,9 @@ public:
     void evaluate(std::span<const double> times);
     Value valueAt(double time, std::size_t expression)
     {
-        const CompiledRoot& root = compilation->roots[expression];
-        if (version != compilation->version || !machines[root.part]) [[unlikely]]
-            return valueAtFirst(time, expression);
-        return machines[root.part]->valueAt(time, root);
+        if (compilation->version != 0) [[unlikely]]
+            return valueAfterUpdate(time, roots[expression]);
+        return first->valueAt(time, roots[expression]);
     }
 
     template <typename Setting>
@@ -144,7 +143,7 @@ public:
 private:
     void catchUp();
     void makeReady(std::size_t part);
-    Value valueAtFirst(double time, std::size_t expression);
+    Value valueAfterUpdate(double time, const CompiledRoot& root);
     void prepareColumns(std::size_t count);
     void evaluateBlock(const Block& block);
     void finishColumns();
@@ -152,6 +151,8 @@ private:
     static void finishAs(Column::Data& column, Record (Value::*get)() const);
 
     const Compilation* compilation;
+    const CompiledRoot* roots; // of it, by column
+    Machine* first;            // until there is an update
     EvaluationSettings settings;
     std::uint64_t version = 0;                      // of the compilation that the machines are for
     std::vector<std::unique_ptr<Machine>> machines; // by part

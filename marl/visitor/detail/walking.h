@@ -19,9 +19,8 @@ class CalculationVisitor::Level {
 public:
     Level(CalculationVisitor& owner, ExpressionAST* node) : evaluator(owner)
     {
-        // True for the outermost level and for those beyond the limit.
-        if (static_cast<unsigned>(evaluator.depth - 1) >= static_cast<unsigned>(evaluator.depthLimit - 1))
-            evaluator.enterOutermost(node);
+        if (evaluator.depth >= evaluator.unwatchedLevels)
+            evaluator.enterWatched(node);
         ++evaluator.depth;
     }
     ~Level() { --evaluator.depth; }
@@ -37,7 +36,6 @@ inline void CalculationVisitor::passOn(ExpressionAST* node, ExpressionAST* child
 {
     if (!child)
         at(node, failIncomplete);
-    at(node, [this] { budget.takeStep(); });
     child->accept(this);
 }
 
