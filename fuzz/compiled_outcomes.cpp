@@ -205,7 +205,7 @@ void expectCompiledSame(const RandomTree& plain, const RandomTree& tree)
 
 void expectUpdatedSame(RandomTree& plain, RandomTree& tree)
 {
-    constexpr int rounds = 3;
+    constexpr int rounds = 2;
     plain.noteHolders();
     tree.noteHolders();
     CompiledExpressions compiled(tree.roots);

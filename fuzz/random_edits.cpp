@@ -7,22 +7,23 @@
 
 namespace Marl::Fuzz {
 
-std::vector<RandomTree::Nodes> RandomTree::nodesOfProperties() const
+namespace {
+
+std::set<ExpressionAST*> nodesBelow(ExpressionAST* root)
 {
-    std::vector<Nodes> nodes;
-    for (const PropertyAST* property : properties) {
-        Nodes& met = nodes.emplace_back();
-        std::vector<ExpressionAST*> pending = {property->expression};
-        while (!pending.empty()) {
-            ExpressionAST* node = pending.back();
-            pending.pop_back();
-            if (node && met.insert(node).second)
-                for (ExpressionAST** child : childrenOf(node))
-                    pending.push_back(*child);
-        }
+    std::set<ExpressionAST*> met;
+    std::vector<ExpressionAST*> pending = {root};
+    while (!pending.empty()) {
+        ExpressionAST* node = pending.back();
+        pending.pop_back();
+        if (node && met.insert(node).second)
+            for (ExpressionAST** child : childrenOf(node))
+                pending.push_back(*child);
     }
-    return nodes;
+    return met;
 }
+
+} // namespace
 
 // Gives the properties from which a node went, or to which it came.
 RandomTree::Properties RandomTree::noteHolders()
@@ -30,14 +31,16 @@ RandomTree::Properties RandomTree::noteHolders()
     std::map<ExpressionAST*, PropertyAST*> before;
     for (ExpressionAST* node : made)
         before[node] = std::exchange(node->heldBy, nullptr);
-    const std::vector<Nodes> nodes = nodesOfProperties();
-    for (std::size_t i = 0; i < nodes.size(); ++i)
-        for (ExpressionAST* node : nodes[i]) {
-            node->heldBy = properties[i];
+    holdings.clear();
+    for (PropertyAST* property : properties) {
+        const std::set<ExpressionAST*>& nodes = holdings[property] = nodesBelow(property->expression);
+        for (ExpressionAST* node : nodes) {
+            node->heldBy = property;
             const auto* reference = dynamic_cast<PropertyReferenceAST*>(node);
-            if (reference && reference->property && referrals.emplace(reference->property, properties[i]).second)
-                program.addReferrer(reference->property, program.firstObject, properties[i]);
+            if (reference && reference->property && referrals.emplace(reference->property, property).second)
+                program.addReferrer(reference->property, program.firstObject, property);
         }
+    }
 
     wholeOf.resize(roots.size());
     for (std::size_t i = 0; i < roots.size(); ++i)
@@ -54,23 +57,23 @@ RandomTree::Properties RandomTree::noteHolders()
 RandomTree::Properties RandomTree::edit()
 {
     Properties edited;
-    const auto noteWhoHas = [&](ExpressionAST* node) {
-        const std::vector<Nodes> nodes = nodesOfProperties();
-        for (std::size_t i = 0; i < nodes.size(); ++i)
-            if (nodes[i].contains(node))
-                edited.insert(properties[i]);
-    };
+    std::vector<ExpressionAST*> touched;
     for (int edits = 1 + below(4); edits > 0; --edits) {
         PropertyAST* property = properties[static_cast<std::size_t>(below(static_cast<int>(properties.size())))];
         if (below(8) == 1) {
             property->expression = replacement(nullptr);
             edited.insert(property);
         } else if (ExpressionAST* node = anyMade()) {
-            noteWhoHas(node); // afterwards it may stand elsewhere too, below itself
             editOnePlace(node);
-            noteWhoHas(node);
+            touched.push_back(node);
         }
     }
+    const auto noteWhoHasThem = [&] {
+        for (const auto& holding : holdings)
+            if (std::ranges::any_of(touched, [&](ExpressionAST* node) { return holding.second.contains(node); }))
+                edited.insert(holding.first);
+    };
+    noteWhoHasThem();    // before the edits, and then after them
     shareCounts.clear(); // of lists that may be gone
     if (isSorted)
         for (InterpolateExpressionAST* keys : interpolations)
@@ -79,6 +82,7 @@ RandomTree::Properties RandomTree::edit()
         if (wholeOf[i])
             roots[i] = wholeOf[i]->expression;
     edited.merge(noteHolders());
+    noteWhoHasThem();
     return edited;
 }
 

@@ -7,6 +7,7 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 
+#include <map>
 #include <optional>
 #include <set>
 #include <span>
@@ -108,8 +109,6 @@ private:
     template <typename Node>
     ExpressionAST* named();
 
-    using Nodes = std::set<ExpressionAST*>;
-    std::vector<Nodes> nodesOfProperties() const;
     ExpressionAST* anyMade();
     ExpressionAST* replacement(const ExpressionAST* parent);
     void replaceChild(ExpressionAST* parent);
@@ -123,6 +122,7 @@ private:
 
     std::optional<FuzzedDataProvider> bytes;
     std::vector<std::uint8_t> backwards;
+    std::map<PropertyAST*, std::set<ExpressionAST*>> holdings;
     std::set<std::pair<PropertyAST*, PropertyAST*>> referrals; // recorded already
     std::vector<PropertyAST*> wholeOf;                         // for each root the property whose expression it is
     Parser& parser;
