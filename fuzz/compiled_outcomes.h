@@ -9,4 +9,7 @@ namespace Marl::Fuzz {
 // and says so. Throws ReferenceWalk::TooMuchWork when the plain walk would take too long.
 void expectCompiledSame(const RandomTree& plain, const RandomTree& compiled);
 
+// Edits both, the same way, and goes on with what is compiled of the second by updating it.
+void expectUpdatedSame(RandomTree& plain, RandomTree& tree);
+
 } // namespace Marl::Fuzz

@@ -141,18 +141,19 @@ void TextStream::read(char* buffer, int size, int*)
 }
 
 RandomTree::RandomTree(std::span<const std::uint8_t> given, Host::RunningScene& running)
-    : bytes(given.data(), given.size()), parser(running)
+    : backwards(given.rbegin(), given.rend()), parser(running)
 {
+    bytes.emplace(given.data(), given.size());
     constexpr std::size_t batchSizes[] = {1, 2, 3, 4, 15, 16, 17, 31, 32, 33, 64, 65, 127, 128, 129, 257};
     constexpr std::size_t runs[] = {1, 1, 2, 7, 16, 40, 130};
     const int flags = below(16);
     holdsKeys = flags == 1 || flags % 4 == 2;
     isSorted = flags % 2 == 0;
     depthLimit = flags < 3 ? below(24) : 200;
-    pattern.size = bytes.PickValueInArray(batchSizes);
-    pattern.run = bytes.PickValueInArray(runs);
-    pattern.step = bytes.ConsumeIntegral<std::uint8_t>();
-    pattern.first = bytes.ConsumeIntegral<std::uint8_t>();
+    pattern.size = bytes->PickValueInArray(batchSizes);
+    pattern.run = bytes->PickValueInArray(runs);
+    pattern.step = bytes->ConsumeIntegral<std::uint8_t>();
+    pattern.first = bytes->ConsumeIntegral<std::uint8_t>();
     for (int i = 2 + below(4); i > 0; --i)
         times.push_back(number());
     ObjectAST* object = program.addObject("o");
@@ -166,6 +167,7 @@ RandomTree::RandomTree(std::span<const std::uint8_t> given, Host::RunningScene& 
     for (std::size_t i = 0; i < made.size(); i += 1 + made.size() / 8)
         roots.push_back(made[i]);
     noteTimes();
+    bytes.emplace(backwards.data(), backwards.size());
 }
 
 // Where keys begin and end, and between them.
@@ -194,12 +196,12 @@ std::vector<double> RandomTree::batch() const
 
 double RandomTree::number()
 {
-    const auto choice = bytes.ConsumeIntegral<std::uint8_t>();
+    const auto choice = bytes->ConsumeIntegral<std::uint8_t>();
     if (choice < std::size(numbers))
         return numbers[choice];
     if (choice < 224)
         return (choice - 128) / 8.0;
-    return std::bit_cast<double>(bytes.ConsumeIntegral<std::uint64_t>());
+    return std::bit_cast<double>(bytes->ConsumeIntegral<std::uint64_t>());
 }
 
 const char* RandomTree::name()
@@ -450,7 +452,7 @@ ExpressionAST* RandomTree::transform()
 ExpressionAST* RandomTree::identifier()
 {
     auto* node = make<ObjectIDExpressionAST>();
-    node->objectID.value = bytes.ConsumeIntegral<std::uint64_t>();
+    node->objectID.value = bytes->ConsumeIntegral<std::uint64_t>();
     return node;
 }
 
@@ -476,10 +478,7 @@ ExpressionAST* RandomTree::handedOn()
     auto* node = make<HandingOnAST>();
     node->met = &hostsMet;
     node->fails = below(2) == 0;
-    // Nodes of this kind alone are no visit, so no limit would end a circle of them.
-    const auto unlessOfThisKind = [](ExpressionAST* given) {
-        return dynamic_cast<HandingOnAST*>(given) ? nullptr : given;
-    };
+    const auto unlessOfThisKind = [](ExpressionAST* given) { return isHandingOn(given) ? nullptr : given; };
     node->inner = unlessOfThisKind(this->node());
     if (below(2) == 0)
         node->other = unlessOfThisKind(this->node());
@@ -516,13 +515,29 @@ Node* RandomTree::placed(Node* node)
         node->sourceOffset = texts[choice].empty() ? 0 : static_cast<std::int64_t>(source.find(texts[choice]));
         node->length = static_cast<int>(texts[choice].size());
     } else {
-        node->sourceOffset = bytes.ConsumeIntegral<std::uint8_t>();
-        node->length = bytes.ConsumeIntegral<std::uint8_t>() - 2;
+        node->sourceOffset = bytes->ConsumeIntegral<std::uint8_t>();
+        node->length = bytes->ConsumeIntegral<std::uint8_t>() - 2;
     }
     const int missing = below(16);
     node->owner = missing == 1 ? nullptr : &owner;
     node->stream = missing == 2 ? nullptr : &stream;
     return node;
+}
+
+template <typename T>
+void RandomTree::fill(PtrArray<T>& values)
+{
+    values.allocArray(below(4));
+    for (T& value : std::span(values.data, static_cast<std::size_t>(values.count))) {
+        if constexpr (std::is_same_v<T, CharString>)
+            value = name();
+        else if constexpr (std::is_same_v<T, int>)
+            value = bytes->ConsumeIntegral<int>();
+        else if constexpr (std::is_same_v<T, float>)
+            value = singleNumber();
+        else
+            value = {singleNumber(), singleNumber(), singleNumber()};
+    }
 }
 
 template <typename T>
@@ -533,19 +548,59 @@ ExpressionAST* RandomTree::data()
     if (below(4) == 1)
         return node;
     node->loaded = 1;
-    node->values.allocArray(below(4));
-    for (T& value : std::span(node->values.data, static_cast<std::size_t>(node->values.count))) {
-        if constexpr (std::is_same_v<T, CharString>)
-            value = name();
-        else if constexpr (std::is_same_v<T, int>)
-            value = bytes.ConsumeIntegral<int>();
-        else if constexpr (std::is_same_v<T, float>)
-            value = singleNumber();
-        else
-            value = {singleNumber(), singleNumber(), singleNumber()};
-    }
+    fill(node->values);
     shareCounts.push_back(&node->values.shared->refCount);
     return node;
+}
+
+template void RandomTree::fill(PtrArray<Vector>&);
+template void RandomTree::fill(PtrArray<int>&);
+template void RandomTree::fill(PtrArray<Color>&);
+template void RandomTree::fill(PtrArray<float>&);
+template void RandomTree::fill(PtrArray<CharString>&);
+
+bool isHandingOn(const ExpressionAST* node)
+{
+    return dynamic_cast<const HandingOnAST*>(node) != nullptr;
+}
+
+std::vector<ExpressionAST**> childrenOf(ExpressionAST* node)
+{
+    std::vector<ExpressionAST**> children;
+    const auto add = [&](auto&... places) { (children.push_back(&places), ...); };
+    const auto addAll = [&](auto& places) {
+        for (ExpressionAST*& place : places)
+            add(place);
+    };
+    if (auto* binary = dynamic_cast<BinaryExpressionAST*>(node))
+        add(binary->left, binary->right);
+    else if (auto* negated = dynamic_cast<NegatedExpressionAST*>(node))
+        add(negated->operand);
+    else if (auto* builtin = dynamic_cast<BuiltinFunctionAST*>(node))
+        addAll(builtin->args);
+    else if (auto* vector = dynamic_cast<VectorExpressionAST*>(node))
+        addAll(vector->components);
+    else if (auto* matrix = dynamic_cast<MatrixExpressionAST*>(node))
+        addAll(matrix->columns);
+    else if (auto* color = dynamic_cast<AColorExpressionAST*>(node))
+        addAll(color->components);
+    else if (auto* transform = dynamic_cast<TransformExpressionAST*>(node))
+        add(transform->matrix, transform->offset);
+    else if (auto* function = dynamic_cast<FunctionExpressionAST*>(node))
+        addAll(function->arguments);
+    else if (auto* handingOn = dynamic_cast<HandingOnAST*>(node))
+        add(handingOn->inner, handingOn->other);
+    else if (auto* element = dynamic_cast<ArrayExpressionAST*>(node)) {
+        add(element->target);
+        addAll(element->indices);
+    } else if (auto* list = dynamic_cast<ListExpressionAST*>(node)) {
+        for (ListItem* item = list->firstItem; item; item = item->next)
+            add(item->expression);
+    } else if (auto* keys = dynamic_cast<InterpolateExpressionAST*>(node)) {
+        for (InterpolateKey* key = keys->firstKey; key; key = key->next)
+            add(key->time, key->value);
+    }
+    return children;
 }
 
 } // namespace Marl::Fuzz

@@ -7,8 +7,12 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 
+#include <map>
+#include <optional>
+#include <set>
 #include <span>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Marl::Fuzz {
@@ -42,6 +46,14 @@ public:
     // Some of these times in some order.
     std::vector<double> batch() const;
 
+    // Edits it here and there, by the bytes from their other end. The resolution pass ends at circles and at what
+    // it cannot bind, so what it notes is noted by hand: once before anything is compiled, then by each edit,
+    // which gives the properties that what was compiled is to be told of. The roots are again those of the
+    // properties that they were of.
+    using Properties = std::set<PropertyAST*>;
+    Properties noteHolders();
+    Properties edit();
+
     ProgramAST program;
     std::vector<PropertyAST*> properties; // some may have no expression
     std::vector<ExpressionAST*> roots;    // the properties' expressions, and some nodes below them
@@ -57,7 +69,7 @@ private:
         std::size_t size, run, step, first;
     } pattern;
 
-    int below(int end) { return bytes.ConsumeIntegralInRange(0, end - 1); }
+    int below(int end) { return bytes->ConsumeIntegralInRange(0, end - 1); }
     double number();
     float singleNumber() { return static_cast<float>(number()); }
     const char* name();
@@ -97,11 +109,32 @@ private:
     template <typename Node>
     ExpressionAST* named();
 
-    FuzzedDataProvider bytes;
+    ExpressionAST* anyMade();
+    ExpressionAST* replacement(const ExpressionAST* parent);
+    void replaceChild(ExpressionAST* parent);
+    void editOnePlace(ExpressionAST* node);
+    void editItems(ListExpressionAST* list);
+    void editKeys(InterpolateExpressionAST* keys);
+    template <typename T>
+    bool editData(ExpressionAST* node);
+    template <typename T>
+    void fill(PtrArray<T>& values);
+
+    std::optional<FuzzedDataProvider> bytes;
+    std::vector<std::uint8_t> backwards;
+    std::map<PropertyAST*, std::set<ExpressionAST*>> holdings;
+    std::set<std::pair<PropertyAST*, PropertyAST*>> referrals; // recorded already
+    std::vector<PropertyAST*> wholeOf;                         // for each root the property whose expression it is
     Parser& parser;
     SourceOwner owner;
     std::vector<ExpressionAST*> made;
     int levels = 0;
 };
+
+// Where the nodes below a node hang: all that its evaluation may come to, but for what references lead to.
+std::vector<ExpressionAST**> childrenOf(ExpressionAST* node);
+
+// Nodes of this kind alone are no visit, so no limit would end a circle of them.
+bool isHandingOn(const ExpressionAST* node);
 
 } // namespace Marl::Fuzz

@@ -1,4 +1,5 @@
-// Trees out of bytes, walked, walked by a derived evaluator, compiled, and walked by a second opinion.
+// Trees out of bytes, walked, walked by a derived evaluator, compiled, and walked by a second opinion; then
+// edited, and all of it again.
 #include <fuzz/compiled_outcomes.h>
 #include <fuzz/outcome.h>
 #include <fuzz/random_tree.h>
@@ -193,6 +194,7 @@ void evaluateTree(std::span<const std::uint8_t> bytes)
     const std::vector<int> left = listsLeft(reference);
     expect(listsLeft(walked) == left, "the walk leaves as many values");
     expect(listsLeft(derived) == left, "a derived walk leaves as many values");
+    expectUpdatedSame(reference.tree, compiled);
 }
 
 } // namespace
