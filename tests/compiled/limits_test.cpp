@@ -124,9 +124,7 @@ TEST_F(Limits, EndWhatTakesTooMuch)
 // Lists in the columns stay until the next batch: what comes behind the limit fails, at its time.
 TEST_F(Limits, CountWhatColumnsHold)
 {
-    std::vector<Operand> hundred(99, 1.0);
-    hundred.push_back(time);
-    PropertyAST* const list = t.property(t.list(hundred));
+    PropertyAST* const list = t.property(t.sum(t.list(std::vector<Operand>(99, 1.0)), time));
     auto* count = t.program.make<HostFunction>();
     count->rule = [](std::span<const Value> values, const Moment&) { return ArrayHold(values[0].getList())->count; };
     count->arguments = {t.reference(list)};
